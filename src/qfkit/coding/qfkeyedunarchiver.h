@@ -1,0 +1,29 @@
+#pragma once
+
+#include "qfcoding.h"
+
+#include <QByteArray>
+#include <QVariant>
+
+// Reads a keyed archive written by QFKeyedArchiver. A missing key gives a null
+// variant, 0, 0.0 or false; a key holding a value of another type gives the
+// same (never a crash). Malformed bytes raise QFException("Malformed Archive")
+// with the byte offset; an unregistered class raises
+// QFException("Unknown Class").
+class QFKeyedUnarchiver final
+{
+public:
+    static QVariant unarchiveObjectWithData(const QByteArray &data);
+
+    QVariant decodeObject(const QString &key) const;
+    bool decodeBool(const QString &key) const;
+    qint64 decodeInt(const QString &key) const;
+    double decodeDouble(const QString &key) const;
+    bool containsValue(const QString &key) const;
+
+    explicit QFKeyedUnarchiver(QVariantMap values);
+    Q_DISABLE_COPY_MOVE(QFKeyedUnarchiver)
+
+private:
+    QVariantMap m_values;
+};
