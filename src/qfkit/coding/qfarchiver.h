@@ -5,7 +5,9 @@
 #include <QByteArray>
 #include <QVariant>
 
+class QBuffer;
 class QCborStreamWriter;
+class QFArchiveValueWriter;
 
 // Writes a sequential archive: values one after another, without keys, read
 // back in the same order by QFUnarchiver. The format is described in
@@ -14,7 +16,16 @@ class QCborStreamWriter;
 // Values: a null QVariant (nil), bool, integers, double, QString, QDateTime
 // (whole seconds), QByteArray, QVariantList, QVariantMap and QFCodingPtr
 // objects, nested freely. A value of any other type raises
-// QFException("Archive Error").
+// QFException("Archive Error"). A null QString, a null QByteArray and an
+// invalid QDateTime are written as nil: they are how this code spells a
+// missing value. QStringList and QVariantHash are written as an array and a
+// map, and read back as QVariantList and QVariantMap.
+//
+// An object is written under its codingClassName() with the values its
+// encodeWithCoder() writes into this archiver; the class need not be
+// registered to be written. A call that throws (an unsupported value, an
+// object without a sequential form, nesting beyond 512 levels as with an
+// object that contains itself) leaves the archive as it was before that call.
 class QFArchiver final
 {
 public:
@@ -29,6 +40,14 @@ public:
     QByteArray data() const;
 
 private:
+    template<typename Write>
+    void encodeAtomically(Write &&write);
+    void openWriter();
+    void writeObject(QFArchiveValueWriter &writer, const QFCoding &object);
+
     QByteArray m_data;
+    std::unique_ptr<QBuffer> m_buffer;
     std::unique_ptr<QCborStreamWriter> m_writer;
+    std::unique_ptr<QFArchiveValueWriter> m_values;
+    int m_nesting = 0;
 };

@@ -2,6 +2,7 @@
 
 #include <QMetaType>
 #include <QString>
+#include <QVariant>
 #include <memory>
 
 class QFArchiver;

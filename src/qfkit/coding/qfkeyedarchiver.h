@@ -7,10 +7,16 @@
 #include <QVariant>
 
 // Writes a keyed archive: each object a map of its keys, read back by key with
-// QFKeyedUnarchiver. Values as for QFArchiver.
+// QFKeyedUnarchiver. Values as for QFArchiver. The format is described in
+// docs/FORMATS.md (and in qfarchiveformat.h).
 //
 // Usage: archivedDataWithRootObject() for a whole archive; inside an object's
 // encodeWithKeyedCoder() the encode…ForKey calls write that object's keys.
+// Encoding a key again replaces its value. The values are checked when the
+// archive is written: archivedDataWithRootObject() raises
+// QFException("Archive Error") for a value that has no archived form, an
+// object without a keyed form, the reserved key "$class", or nesting beyond
+// 512 levels (as with an object that contains itself).
 class QFKeyedArchiver final
 {
 public:

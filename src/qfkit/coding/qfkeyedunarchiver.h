@@ -5,9 +5,17 @@
 #include <QByteArray>
 #include <QVariant>
 
-// Reads a keyed archive written by QFKeyedArchiver. A missing key gives a null
-// variant, 0, 0.0 or false; a key holding a value of another type gives the
-// same (never a crash). Malformed bytes raise QFException("Malformed Archive")
+// Reads a keyed archive written by QFKeyedArchiver (format: docs/FORMATS.md).
+// A missing key gives a null variant, 0, 0.0 or false; a key holding a value
+// of another type gives the same (never a crash). Numbers count as one type:
+// decodeBool() of an integer key is true when it is not 0, decodeInt() of a
+// bool key is 0 or 1, and decodeInt() of a double truncates it (0 when no
+// qint64 can hold it).
+//
+// unarchiveObjectWithData() gives the root value: a QFCodingPtr for an
+// object, otherwise the value itself (see QFUnarchiver for the types). An
+// object's factory gets an unarchiver over its own keys, whose nested objects
+// are already decoded. Malformed bytes raise QFException("Malformed Archive")
 // with the byte offset; an unregistered class raises
 // QFException("Unknown Class").
 class QFKeyedUnarchiver final

@@ -1,0 +1,445 @@
+#include "qfkit/coding/qfarchiver.h"
+#include "qfkit/coding/qfclassregistry.h"
+#include "qfkit/coding/qfunarchiver.h"
+#include "qfkit/support/qfexception.h"
+
+#include <QDateTime>
+#include <QPoint>
+#include <QTest>
+#include <QTimeZone>
+
+namespace {
+
+// A post-like leaf: a title and a dictionary of attributes. Its factory reads
+// one value more than it wrote, which must be nil, not what follows it.
+class TestItem final : public QFCoding
+{
+public:
+    QString title;
+    QVariantMap attributes;
+    QVariant readPastOwnValues;
+
+    QString codingClassName() const override { return QStringLiteral("TestSeqItem"); }
+    void encodeWithCoder(QFArchiver &coder) const override
+    {
+        coder.encodeObject(title);
+        coder.encodeObject(attributes);
+    }
+    static QFCodingPtr decode(QFUnarchiver &coder)
+    {
+        auto item = std::make_shared<TestItem>();
+        item->title = coder.decodeObject().toString();
+        item->attributes = coder.decodeObject().toMap();
+        item->readPastOwnValues = coder.decodeObject();
+        return item;
+    }
+};
+
+// A container of items, written as a name and a list of objects.
+class TestShelf final : public QFCoding
+{
+public:
+    QString name;
+    QList<std::shared_ptr<TestItem>> items;
+
+    QString codingClassName() const override { return QStringLiteral("TestSeqShelf"); }
+    void encodeWithCoder(QFArchiver &coder) const override
+    {
+        coder.encodeObject(name);
+        QVariantList list;
+        for (const auto &item : items)
+            list.append(QFCodingSupport::variantFromObject(item));
+        coder.encodeObject(list);
+    }
+    static QFCodingPtr decode(QFUnarchiver &coder)
+    {
+        auto shelf = std::make_shared<TestShelf>();
+        shelf->name = coder.decodeObject().toString();
+        const QVariantList list = coder.decodeObject().toList();
+        for (const QVariant &value : list)
+            shelf->items.append(QFCodingSupport::objectOfClass<TestItem>(value));
+        return shelf;
+    }
+};
+
+// Knows only the keyed form.
+class TestKeyedOnly final : public QFCoding
+{
+public:
+    QString codingClassName() const override { return QStringLiteral("TestSeqKeyedOnly"); }
+};
+
+// Writes a value first, then an object that contains itself.
+class TestSelfContaining final : public QFCoding, public std::enable_shared_from_this<TestSelfContaining>
+{
+public:
+    QString codingClassName() const override { return QStringLiteral("TestSeqSelf"); }
+    void encodeWithCoder(QFArchiver &coder) const override
+    {
+        coder.encodeObject(QStringLiteral("before the cycle"));
+        coder.encodeObject(QVariant::fromValue(QFCodingPtr(std::const_pointer_cast<TestSelfContaining>(shared_from_this()))));
+    }
+};
+
+QByteArray header()
+{
+    return QByteArray("QFAR\x01", 5);
+}
+
+QByteArray archiveOf(const QVariantList &values)
+{
+    QFArchiver archiver;
+    for (const QVariant &value : values)
+        archiver.encodeObject(value);
+    return archiver.data();
+}
+
+std::shared_ptr<TestShelf> sampleShelf()
+{
+    auto shelf = std::make_shared<TestShelf>();
+    shelf->name = QStringLiteral("Winter posts");
+    auto first = std::make_shared<TestItem>();
+    first->title = QStringLiteral("Snow");
+    first->attributes = {{QStringLiteral("categoryName"), QStringLiteral("Weather")},
+                         {QStringLiteral("ID"), 12},
+                         {QStringLiteral("tags"), QStringList {QStringLiteral("cold"), QStringLiteral("white")}}};
+    auto second = std::make_shared<TestItem>();
+    second->title = QString::fromUtf8("Gl\xc3\xbchwein \xe2\x98\x95");
+    second->attributes = {{QStringLiteral("status"), 0}, {QStringLiteral("draft"), true}};
+    shelf->items = {first, second};
+    return shelf;
+}
+
+// Decodes everything; the exception is what the caller looks at.
+void decodeAll(const QByteArray &data)
+{
+    QFUnarchiver unarchiver(data);
+    for (int i = 0; i < 1000 && !unarchiver.atEnd(); ++i)
+        unarchiver.decodeObject();
+}
+
+QDateTime berlin(int y, int mo, int d, int h, int mi, int s, int ms = 0)
+{
+    return QDateTime(QDate(y, mo, d), QTime(h, mi, s, ms), QTimeZone("Europe/Berlin"));
+}
+
+} // namespace
+
+class tst_QFArchiver : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void roundTripsValue_data();
+    void roundTripsValue();
+    void nilPastTheEnd();
+    void nilAndEmptyStayApart();
+    void nestedObjectsRoundTrip();
+    void unwritableValueLeavesArchiveUntouched_data();
+    void unwritableValueLeavesArchiveUntouched();
+    void rejectsMalformedData_data();
+    void rejectsMalformedData();
+    void rejectsEveryCutInsideAValue();
+    void largeArchiveRoundTrips();
+};
+
+void tst_QFArchiver::initTestCase()
+{
+    auto &registry = QFClassRegistry::instance();
+    registry.registerSequential(QStringLiteral("TestSeqItem"), &TestItem::decode);
+    registry.registerSequential(QStringLiteral("TestSeqShelf"), &TestShelf::decode);
+}
+
+void tst_QFArchiver::roundTripsValue_data()
+{
+    QTest::addColumn<QVariant>("written");
+    QTest::addColumn<QVariant>("expected");
+
+    QTest::newRow("nil") << QVariant() << QVariant();
+    QTest::newRow("true stays bool") << QVariant(true) << QVariant(true);
+    QTest::newRow("false stays bool") << QVariant(false) << QVariant(false);
+    QTest::newRow("int reads as qint64") << QVariant(42) << QVariant(qint64(42));
+    QTest::newRow("qint64 minimum") << QVariant(std::numeric_limits<qint64>::min())
+                                    << QVariant(std::numeric_limits<qint64>::min());
+    QTest::newRow("qint64 maximum") << QVariant(std::numeric_limits<qint64>::max())
+                                    << QVariant(std::numeric_limits<qint64>::max());
+    QTest::newRow("quint64 above qint64") << QVariant(std::numeric_limits<quint64>::max())
+                                          << QVariant(std::numeric_limits<quint64>::max());
+    QTest::newRow("double") << QVariant(3.25) << QVariant(3.25);
+    QTest::newRow("whole double stays double") << QVariant(2.0) << QVariant(2.0);
+    QTest::newRow("empty string") << QVariant(QStringLiteral("")) << QVariant(QStringLiteral(""));
+    QTest::newRow("null string is nil") << QVariant(QString()) << QVariant();
+    QTest::newRow("non-ASCII string") << QVariant(QString::fromUtf8("caf\xc3\xa9 \xf0\x9f\x8d\xb0"))
+                                      << QVariant(QString::fromUtf8("caf\xc3\xa9 \xf0\x9f\x8d\xb0"));
+    QTest::newRow("bytes with zeros") << QVariant(QByteArray("\x00\x01\xff", 3))
+                                      << QVariant(QByteArray("\x00\x01\xff", 3));
+    QTest::newRow("empty bytes") << QVariant(QByteArray("")) << QVariant(QByteArray(""));
+    QTest::newRow("date") << QVariant(berlin(2008, 3, 30, 14, 5, 59)) << QVariant(berlin(2008, 3, 30, 14, 5, 59));
+    QTest::newRow("date in UTC") << QVariant(QDateTime(QDate(2020, 1, 1), QTime(0, 0), Qt::UTC))
+                                 << QVariant(QDateTime(QDate(2020, 1, 1), QTime(0, 0), Qt::UTC));
+    QTest::newRow("date drops milliseconds") << QVariant(berlin(2010, 7, 1, 9, 0, 1, 999))
+                                             << QVariant(berlin(2010, 7, 1, 9, 0, 1));
+    QTest::newRow("date before 1970 rounds down")
+        << QVariant(QDateTime(QDate(1969, 12, 31), QTime(23, 59, 59, 500), Qt::UTC))
+        << QVariant(QDateTime(QDate(1969, 12, 31), QTime(23, 59, 59), Qt::UTC));
+    QTest::newRow("invalid date is nil") << QVariant(QDateTime()) << QVariant();
+    QTest::newRow("nested list") << QVariant(QVariantList {1, QVariantList {QStringLiteral("a"), QVariant()}, true})
+                                 << QVariant(QVariantList {qint64(1), QVariantList {QStringLiteral("a"), QVariant()}, true});
+    QTest::newRow("string list reads as list")
+        << QVariant(QStringList {QStringLiteral("x"), QStringLiteral("")})
+        << QVariant(QVariantList {QStringLiteral("x"), QStringLiteral("")});
+    QTest::newRow("map of mixed values")
+        << QVariant(QVariantMap {{QStringLiteral("categoryName"), QStringLiteral("None")},
+                                 {QStringLiteral("categoryID"), 0},
+                                 {QStringLiteral("isNone"), true},
+                                 {QStringLiteral("nothing"), QVariant()}})
+        << QVariant(QVariantMap {{QStringLiteral("categoryName"), QStringLiteral("None")},
+                                 {QStringLiteral("categoryID"), qint64(0)},
+                                 {QStringLiteral("isNone"), true},
+                                 {QStringLiteral("nothing"), QVariant()}});
+    QTest::newRow("hash reads as map") << QVariant(QVariantHash {{QStringLiteral("b"), 2}, {QStringLiteral("a"), 1}})
+                                       << QVariant(QVariantMap {{QStringLiteral("a"), qint64(1)}, {QStringLiteral("b"), qint64(2)}});
+}
+
+void tst_QFArchiver::roundTripsValue()
+{
+    QFETCH(QVariant, written);
+    QFETCH(QVariant, expected);
+
+    // A value between two others: its length must be read exactly.
+    QFUnarchiver unarchiver(archiveOf({QStringLiteral("before"), written, QStringLiteral("after")}));
+    QCOMPARE(unarchiver.decodeObject(), QVariant(QStringLiteral("before")));
+    const QVariant read = unarchiver.decodeObject();
+    QCOMPARE(read.metaType(), expected.metaType());
+    QCOMPARE(read, expected);
+    if (expected.metaType().id() == QMetaType::QDateTime)
+        QCOMPARE(read.toDateTime().timeSpec(), Qt::LocalTime);
+    QCOMPARE(unarchiver.decodeObject(), QVariant(QStringLiteral("after")));
+    QVERIFY(unarchiver.atEnd());
+}
+
+void tst_QFArchiver::nilPastTheEnd()
+{
+    QFUnarchiver unarchiver(archiveOf({1, 2}));
+    QCOMPARE(unarchiver.decodeObject(), QVariant(qint64(1)));
+    QVERIFY(!unarchiver.atEnd());
+    QCOMPARE(unarchiver.decodeObject(), QVariant(qint64(2)));
+    for (int i = 0; i < 3; ++i) {
+        QVERIFY(unarchiver.atEnd());
+        QVERIFY(unarchiver.decodeObject().isNull());
+    }
+
+    QFUnarchiver empty(QFArchiver().data());
+    QVERIFY(empty.atEnd());
+    QVERIFY(empty.decodeObject().isNull());
+}
+
+void tst_QFArchiver::nilAndEmptyStayApart()
+{
+    QFUnarchiver unarchiver(archiveOf({QVariant(), QStringLiteral(""), QVariantList(), QVariantMap()}));
+    const QVariant nil = unarchiver.decodeObject();
+    const QVariant emptyString = unarchiver.decodeObject();
+    const QVariant emptyList = unarchiver.decodeObject();
+    const QVariant emptyMap = unarchiver.decodeObject();
+
+    QVERIFY(nil.isNull());
+    QVERIFY(!emptyString.isNull());
+    QVERIFY(!emptyString.toString().isNull());
+    QVERIFY(emptyString.toString().isEmpty());
+    QCOMPARE(emptyList.metaType().id(), QMetaType::QVariantList);
+    QCOMPARE(emptyMap.metaType().id(), QMetaType::QVariantMap);
+}
+
+void tst_QFArchiver::nestedObjectsRoundTrip()
+{
+    const auto shelf = sampleShelf();
+    QFArchiver archiver;
+    archiver.encodeObject(*shelf);
+    archiver.encodeObject(QVariantList {QFCodingSupport::variantFromObject(shelf), QStringLiteral("tail")});
+    archiver.encodeObject(QStringLiteral("next value"));
+
+    QFUnarchiver unarchiver(archiver.data());
+    const QVariant direct = unarchiver.decodeObject();
+    const QVariantList inList = unarchiver.decodeObject().toList();
+    QCOMPARE(unarchiver.decodeObject(), QVariant(QStringLiteral("next value")));
+    QVERIFY(unarchiver.atEnd());
+
+    QCOMPARE(inList.size(), 2);
+    QCOMPARE(inList.at(1), QVariant(QStringLiteral("tail")));
+    for (const QVariant &value : {direct, inList.at(0)}) {
+        const auto read = QFCodingSupport::objectOfClass<TestShelf>(value);
+        QVERIFY(read);
+        QCOMPARE(read->name, shelf->name);
+        QCOMPARE(read->items.size(), 2);
+        for (int i = 0; i < 2; ++i) {
+            QVERIFY(read->items.at(i));
+            QCOMPARE(read->items.at(i)->title, shelf->items.at(i)->title);
+            QCOMPARE(read->items.at(i)->attributes.keys(), shelf->items.at(i)->attributes.keys());
+            QVERIFY2(read->items.at(i)->readPastOwnValues.isNull(), "an object read a value that was not its own");
+        }
+        QCOMPARE(read->items.at(0)->attributes.value(QStringLiteral("ID")), QVariant(qint64(12)));
+        QCOMPARE(read->items.at(0)->attributes.value(QStringLiteral("tags")).toStringList(),
+                 QStringList({QStringLiteral("cold"), QStringLiteral("white")}));
+        QCOMPARE(read->items.at(1)->attributes.value(QStringLiteral("draft")).metaType().id(), QMetaType::Bool);
+    }
+}
+
+void tst_QFArchiver::unwritableValueLeavesArchiveUntouched_data()
+{
+    QTest::addColumn<QVariant>("value");
+
+    QTest::newRow("unsupported type") << QVariant(QPoint(1, 2));
+    QTest::newRow("unsupported type deep in a map")
+        << QVariant(QVariantMap {{QStringLiteral("a"), QVariantList {1, QPoint(1, 2)}}});
+    QTest::newRow("object without a sequential form")
+        << QVariant(QVariantList {1, QVariant::fromValue(QFCodingPtr(std::make_shared<TestKeyedOnly>()))});
+    QTest::newRow("object that contains itself")
+        << QVariant::fromValue(QFCodingPtr(std::make_shared<TestSelfContaining>()));
+}
+
+void tst_QFArchiver::unwritableValueLeavesArchiveUntouched()
+{
+    QFETCH(QVariant, value);
+
+    QFArchiver archiver;
+    archiver.encodeObject(QStringLiteral("kept"));
+    const QByteArray before = archiver.data();
+    try {
+        archiver.encodeObject(value);
+        QFAIL("the value was written");
+    } catch (const QFException &e) {
+        QCOMPARE(e.name(), QStringLiteral("Archive Error"));
+        QVERIFY(!e.reason().isEmpty());
+    }
+    QCOMPARE(archiver.data(), before);
+
+    archiver.encodeObject(QStringLiteral("still writable"));
+    QFUnarchiver unarchiver(archiver.data());
+    QCOMPARE(unarchiver.decodeObject(), QVariant(QStringLiteral("kept")));
+    QCOMPARE(unarchiver.decodeObject(), QVariant(QStringLiteral("still writable")));
+    QVERIFY(unarchiver.atEnd());
+}
+
+void tst_QFArchiver::rejectsMalformedData_data()
+{
+    QTest::addColumn<QByteArray>("data");
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("reasonContains");
+
+    const QString malformed = QStringLiteral("Malformed Archive");
+    const QByteArray good = archiveOf({QStringLiteral("title"), QVariantMap {{QStringLiteral("k"), 1}}});
+
+    QTest::newRow("empty") << QByteArray() << malformed << QStringLiteral("byte 0");
+    QTest::newRow("wrong magic") << QByteArray("QFAX\x01\x01", 6) << malformed << QStringLiteral("byte 0");
+    QTest::newRow("header cut short") << QByteArray("QFA") << malformed << QStringLiteral("byte 0");
+    QTest::newRow("keyed archive") << QByteArray("QFKA\x01\xf6", 6) << malformed << QStringLiteral("keyed");
+    QTest::newRow("newer format version") << QByteArray("QFAR\x02\xf6", 6) << malformed << QStringLiteral("byte 4");
+    QTest::newRow("cut inside the first value") << good.left(7) << malformed << QStringLiteral("byte");
+    QTest::newRow("cut inside the map") << good.left(good.size() - 1) << malformed << QStringLiteral("byte");
+    QTest::newRow("garbled first byte")
+        << QByteArray(good).replace(5, 1, "\xff") << malformed << QStringLiteral("byte 5");
+    QTest::newRow("reserved additional info") << header() + QByteArray("\x1c", 1) << malformed
+                                              << QStringLiteral("byte 5");
+    QTest::newRow("text that is not UTF-8") << header() + QByteArray("\x62\xc3\x28", 3) << malformed
+                                            << QStringLiteral("byte");
+    QTest::newRow("date holding a string") << header() + QByteArray("\xc1\x61" "x", 3) << malformed
+                                           << QStringLiteral("date");
+    QTest::newRow("date out of range") << header() + QByteArray("\xc1\x1b\x7f\xff\xff\xff\xff\xff\xff\xff", 10)
+                                       << malformed << QStringLiteral("date");
+    QTest::newRow("unknown tag") << header() + QByteArray("\xd8\x20\x60", 3) << malformed
+                                 << QStringLiteral("byte 5");
+    QTest::newRow("undefined value") << header() + QByteArray("\xf7", 1) << malformed << QStringLiteral("byte 5");
+    QTest::newRow("negative integer below qint64")
+        << header() + QByteArray("\x3b\xff\xff\xff\xff\xff\xff\xff\xff", 9) << malformed
+        << QStringLiteral("out of range");
+    QTest::newRow("absurd byte string length")
+        << header() + QByteArray("\x5b\x7f\xff\xff\xff\xff\xff\xff\xff\x00", 10) << malformed
+        << QStringLiteral("byte 5");
+    QTest::newRow("absurd text length") << header() + QByteArray("\x7a\xff\xff\xff\xf0" "abc", 8) << malformed
+                                        << QStringLiteral("longer than the data");
+    QTest::newRow("absurd array length")
+        << header() + QByteArray("\x9b\x7f\xff\xff\xff\xff\xff\xff\xff\x01", 10) << malformed
+        << QStringLiteral("byte 5");
+    QTest::newRow("absurd map length") << header() + QByteArray("\xba\x40\x00\x00\x00\x61" "a", 7) << malformed
+                                       << QStringLiteral("byte 5");
+    QTest::newRow("map key that is not a text") << header() + QByteArray("\xa1\x01\x02", 3) << malformed
+                                                << QStringLiteral("key");
+    QTest::newRow("nesting too deep") << header() + QByteArray(600, '\x81') + QByteArray("\xf6", 1) << malformed
+                                      << QStringLiteral("nested");
+    QTest::newRow("object that is not a map")
+        << header() + QByteArray("\xd9\x51\x46\x80", 4) << malformed << QStringLiteral("byte 5");
+    QTest::newRow("object without class name")
+        << header() + QByteArray("\xd9\x51\x46\xa1\x67$values\x80", 13) << malformed << QStringLiteral("class name");
+    QTest::newRow("object without values")
+        << header() + QByteArray("\xd9\x51\x46\xa1\x66$class\x6bTestSeqItem", 23) << malformed
+        << QStringLiteral("TestSeqItem");
+    QTest::newRow("unknown class")
+        << header() + QByteArray("\xd9\x51\x46\xa2\x66$class\x67Mystery\x67$values\x80", 28)
+        << QStringLiteral("Unknown Class") << QStringLiteral("\"Mystery\"");
+}
+
+void tst_QFArchiver::rejectsMalformedData()
+{
+    QFETCH(QByteArray, data);
+    QFETCH(QString, name);
+    QFETCH(QString, reasonContains);
+
+    try {
+        decodeAll(data);
+        QFAIL("malformed data was accepted");
+    } catch (const QFException &e) {
+        QCOMPARE(e.name(), name);
+        QVERIFY2(e.reason().contains(reasonContains), qPrintable(e.reason()));
+    }
+}
+
+void tst_QFArchiver::rejectsEveryCutInsideAValue()
+{
+    QFArchiver archiver;
+    archiver.encodeObject(*sampleShelf());
+    const QByteArray data = archiver.data();
+
+    // One value only, so every cut between header and end is inside it.
+    for (qsizetype size = 0; size < data.size(); ++size) {
+        if (size == 5)
+            continue; // a complete header with no values is an empty archive
+        bool rejected = false;
+        try {
+            decodeAll(data.left(size));
+        } catch (const QFException &e) {
+            rejected = e.name() == QStringLiteral("Malformed Archive");
+        }
+        QVERIFY2(rejected, qPrintable(QStringLiteral("cut at %1 of %2 bytes").arg(size).arg(data.size())));
+    }
+}
+
+void tst_QFArchiver::largeArchiveRoundTrips()
+{
+    // A blog of 100,000 posts is one array of dictionaries, and the value
+    // after it must still be found where it was written. (Speed is the
+    // benchmark's business, not this test's.)
+    QVariantList posts;
+    posts.reserve(100000);
+    const QDateTime date = berlin(2011, 5, 4, 10, 0, 0);
+    for (int i = 0; i < 100000; ++i) {
+        posts.append(QVariantMap {{QStringLiteral("title"), QStringLiteral("Post %1").arg(i)},
+                                  {QStringLiteral("ID"), i},
+                                  {QStringLiteral("date"), date.addSecs(i)},
+                                  {QStringLiteral("status"), 1},
+                                  {QStringLiteral("categories"), QVariantList {1, 2}}});
+    }
+    QFArchiver archiver;
+    archiver.encodeObject(posts);
+    archiver.encodeObject(QStringLiteral("after the posts"));
+    QFUnarchiver unarchiver(archiver.data());
+    const QVariantList read = unarchiver.decodeObject().toList();
+    QCOMPARE(unarchiver.decodeObject(), QVariant(QStringLiteral("after the posts")));
+
+    QCOMPARE(read.size(), posts.size());
+    QCOMPARE(read.last().toMap().value(QStringLiteral("title")), QVariant(QStringLiteral("Post 99999")));
+    QCOMPARE(read.last().toMap().value(QStringLiteral("date")).toDateTime(), date.addSecs(99999));
+}
+
+QTEST_GUILESS_MAIN(tst_QFArchiver)
+#include "tst_qfarchiver.moc"
