@@ -54,10 +54,18 @@ void QFLogCapture::handler(QtMsgType type, const QMessageLogContext &context, co
     {
         QMutexLocker lock(&captureMutex);
         if (currentCapture && context.category && std::strcmp(context.category, "quillfen") == 0) {
-            currentCapture->m_lines.append(message);
+            // Every capture alive sees the line, so a helper capturing for
+            // itself does not hide lines from the test around it.
+            for (QFLogCapture *c = currentCapture; c; c = c->m_outer)
+                c->m_lines.append(message);
             return;
         }
-        forward = currentCapture ? currentCapture->m_previous : nullptr;
+        // Inner captures remember the outer one's handler (this function);
+        // other categories go to the handler that was there before any capture.
+        for (QFLogCapture *c = currentCapture; c; c = c->m_outer) {
+            if (c->m_previous != &QFLogCapture::handler)
+                forward = c->m_previous;
+        }
     }
     if (forward)
         forward(type, context, message);
