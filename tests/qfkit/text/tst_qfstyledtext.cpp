@@ -1,0 +1,337 @@
+#include "qfkit/coding/qfkeyedarchiver.h"
+#include "qfkit/support/qfexception.h"
+#include "qfkit/support/qflink.h"
+#include "qfkit/text/qfstyledtext.h"
+
+#include <QBuffer>
+#include <QImage>
+#include <QtTest>
+
+namespace {
+const QVariantMap kBold{{kQFBoldAttributeName, true}};
+const QVariantMap kItalic{{kQFItalicAttributeName, true}};
+
+QByteArray imageBytes(const char *format, QColor color = Qt::red)
+{
+    QImage image(4, 3, QImage::Format_RGB32);
+    image.fill(color);
+    QByteArray data;
+    QBuffer buffer(&data);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, format);
+    return data;
+}
+
+// "runs" as "start+length:key,key|…" so failures show what went wrong.
+QString describe(const QFStyledText &text)
+{
+    QStringList parts;
+    for (const QFStyledTextRun &run : text.runs())
+        parts << QStringLiteral("%1+%2:%3").arg(run.start).arg(run.length).arg(run.attributes.keys().join(u','));
+    return parts.join(u'|');
+}
+
+// Writes what a damaged or foreign document might hold under the class name.
+class ForgedText final : public QFCoding
+{
+public:
+    ForgedText(QVariant string, QVariant runs)
+        : m_string(std::move(string))
+        , m_runs(std::move(runs))
+    {
+    }
+    QString codingClassName() const override { return QStringLiteral("QFStyledText"); }
+    void encodeWithKeyedCoder(QFKeyedArchiver &coder) const override
+    {
+        coder.encodeObject(m_string, QStringLiteral("string"));
+        coder.encodeObject(m_runs, QStringLiteral("runs"));
+    }
+
+private:
+    QVariant m_string;
+    QVariant m_runs;
+};
+
+QVariant run(qint64 length, const QVariantMap &attributes = QVariantMap())
+{
+    return QVariantList{length, attributes};
+}
+
+QFStyledText richSample()
+{
+    QVariantMap font{{kQFFontFamilyKey, "Monaco"}, {kQFFontSizeKey, 10.0}};
+    QVariantMap markdown{{kQFMarkupDirectiveNameKey, "filter"}, {kQFMarkupDirectiveMarkdownKey, "Markdown"}};
+    QVariantList cache{QVariantMap{{"ImagePrefix", "x"}, {"Depth", 1}}, QVariantList{"nested", 2.5, false}};
+    QFStyledText text;
+    text.append("Bold ", kBold)
+        .append("link", {{kQFLinkAttributeName, QFLink::internalLink("page-1", "permalink:3").toVariantMap()},
+                         {kQFToolTipAttributeName, u"Tip “quoted”"_qs}})
+        .append(" raw <b>x</b>", {{kQFTextViewIgnoreFormattingAttributeName, true}})
+        .append("\n# Title\n", {{kQFTextViewMarkupDirectivesAttributeName, markdown}, {kQFFontAttributeName, font}})
+        .append(u"emoji 🍕 "_qs, {{"QFBlogEntryCacheData", cache}, {kQFUnderlineAttributeName, true}});
+    text.insertAttachment(5, imageBytes("PNG"), "pic.png");
+    return text;
+}
+} // namespace
+
+class tst_QFStyledText : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void editsKeepRunsCanonical_data();
+    void editsKeepRunsCanonical();
+    void attributesAtReportsEffectiveRange();
+    void midKeepsAttributes_data();
+    void midKeepsAttributes();
+    void attachmentsInTextOrder();
+    void keyedRoundTrip_data();
+    void keyedRoundTrip();
+    void badArchivesRejected_data();
+    void badArchivesRejected();
+    void forgedArchives_data();
+    void forgedArchives();
+    void normaliseImages_data();
+    void normaliseImages();
+};
+
+void tst_QFStyledText::editsKeepRunsCanonical_data()
+{
+    QTest::addColumn<QFStyledText>("text");
+    QTest::addColumn<QString>("runs");
+
+    QTest::newRow("empty text has no runs") << QFStyledText("", kBold) << "";
+    QTest::newRow("plain text one run") << QFStyledText("abc") << "0+3:";
+    QTest::newRow("equal neighbours merge on append")
+        << QFStyledText("ab", kBold).append("cd", kBold).append("ef") << "0+4:QFBold|4+2:";
+
+    QFStyledText split("abcdef");
+    split.addAttribute(kQFBoldAttributeName, true, 2, 2);
+    QTest::newRow("attribute in the middle splits") << split << "0+2:|2+2:QFBold|4+2:";
+
+    QFStyledText rejoined = split;
+    rejoined.removeAttribute(kQFBoldAttributeName, 0, 6);
+    QTest::newRow("removing it joins again") << rejoined << "0+6:";
+
+    QFStyledText overlapping("abcdef");
+    overlapping.addAttributes(kBold, 0, 4);
+    overlapping.addAttributes(kItalic, 2, 4);
+    QTest::newRow("overlapping ranges") << overlapping << "0+2:QFBold|2+2:QFBold,QFItalic|4+2:QFItalic";
+
+    QFStyledText replaced = overlapping;
+    replaced.setAttributes(QVariantMap(), 1, 4);
+    QTest::newRow("setAttributes replaces all") << replaced << "0+1:QFBold|1+4:|5+1:QFItalic";
+
+    QFStyledText removed("aaBBaa");
+    removed.addAttribute(kQFBoldAttributeName, true, 2, 2);
+    removed.remove(2, 2);
+    QTest::newRow("removing the odd run merges its neighbours") << removed << "0+4:";
+
+    QFStyledText inserted("abcd", kBold);
+    inserted.insert(2, QFStyledText("XY", kItalic));
+    QTest::newRow("insert inside a run") << inserted << "0+2:QFBold|2+2:QFItalic|4+2:QFBold";
+
+    QFStyledText same("abcd", kBold);
+    same.replace(1, 2, QFStyledText("xyz", kBold));
+    QTest::newRow("replace with same attributes stays one run") << same << "0+5:QFBold";
+
+    QFStyledText clipped("abc");
+    clipped.addAttribute(kQFBoldAttributeName, true, 2, 100);
+    clipped.addAttribute(kQFItalicAttributeName, true, -5, 6);
+    QTest::newRow("ranges clipped to the text") << clipped << "0+1:QFItalic|1+1:|2+1:QFBold";
+}
+
+void tst_QFStyledText::editsKeepRunsCanonical()
+{
+    QFETCH(QFStyledText, text);
+    QFETCH(QString, runs);
+    QCOMPARE(describe(text), runs);
+}
+
+void tst_QFStyledText::attributesAtReportsEffectiveRange()
+{
+    QFStyledText text = QFStyledText("one ").append("two", kBold).append(" three");
+    QFTextRange range;
+    QCOMPARE(text.attributesAt(5, &range), kBold);
+    QCOMPARE(range, (QFTextRange{4, 3}));
+    QCOMPARE(text.attribute(kQFBoldAttributeName, 0, &range), QVariant());
+    QCOMPARE(range, (QFTextRange{0, 4}));
+    QCOMPARE(text.attributesAt(text.length(), &range), QVariantMap());
+    QCOMPARE(range, QFTextRange());
+    QCOMPARE(text.plainString(), "one two three");
+}
+
+void tst_QFStyledText::midKeepsAttributes_data()
+{
+    QTest::addColumn<qsizetype>("start");
+    QTest::addColumn<qsizetype>("length");
+    QTest::addColumn<QString>("string");
+    QTest::addColumn<QString>("runs");
+
+    // "plain BOLD italic"
+    QTest::newRow("across all three") << qsizetype(3) << qsizetype(10) << "in BOLD it" << "0+3:|3+4:QFBold|7+3:QFItalic";
+    QTest::newRow("inside one run") << qsizetype(7) << qsizetype(2) << "OL" << "0+2:QFBold";
+    QTest::newRow("to the end") << qsizetype(11) << qsizetype(-1) << "italic" << "0+6:QFItalic";
+    QTest::newRow("past the end") << qsizetype(15) << qsizetype(50) << "ic" << "0+2:QFItalic";
+    QTest::newRow("empty") << qsizetype(4) << qsizetype(0) << "" << "";
+}
+
+void tst_QFStyledText::midKeepsAttributes()
+{
+    QFETCH(qsizetype, start);
+    QFETCH(qsizetype, length);
+    QFETCH(QString, string);
+    QFETCH(QString, runs);
+    const QFStyledText text = QFStyledText("plain ").append("BOLD", kBold).append(" italic", kItalic);
+    const QFStyledText part = text.mid(start, length);
+    QCOMPARE(part.plainString(), string);
+    QCOMPARE(describe(part), runs);
+}
+
+void tst_QFStyledText::attachmentsInTextOrder()
+{
+    QFStyledText text("ab");
+    const QByteArray first = imageBytes("PNG");
+    text.insertAttachment(1, first, "one.png");
+    text.insertAttachment(0, first, "zero.png");
+    text.insertAttachment(3, first, "one.png"); // the same as its neighbour: the runs merge
+    text.append(QString(QChar(kQFAttachmentCharacter))); // no attachment attribute: not an attachment
+    const QList<QFStyledTextAttachment> attachments = text.attachments();
+    QCOMPARE(attachments.size(), 3);
+    QCOMPARE(text.attachmentCount(), 3);
+    QCOMPARE(attachments.at(0).index, 0);
+    QCOMPARE(attachments.at(0).fileName, "zero.png");
+    QCOMPARE(attachments.at(1).index, 2);
+    QCOMPARE(attachments.at(2).index, 3);
+    QCOMPARE(attachments.at(2).data, first);
+    QVERIFY(text.hasAttachments());
+    QVERIFY(!QFStyledText("no pictures").hasAttachments());
+}
+
+void tst_QFStyledText::keyedRoundTrip_data()
+{
+    QTest::addColumn<QFStyledText>("text");
+
+    QTest::newRow("empty") << QFStyledText();
+    QTest::newRow("plain") << QFStyledText("Just words.");
+    QTest::newRow("every attribute kind") << richSample();
+    QTest::newRow("styled whole text") << QFStyledText(u"ümlaut"_qs, kItalic);
+}
+
+void tst_QFStyledText::keyedRoundTrip()
+{
+    QFETCH(QFStyledText, text);
+    const QByteArray data = text.toKeyedArchive();
+    const QFStyledText back = QFStyledText::fromKeyedArchive(data);
+    QCOMPARE(back.plainString(), text.plainString());
+    QCOMPARE(describe(back), describe(text));
+    QVERIFY(back == text);
+    QCOMPARE(back.attachments().size(), text.attachments().size());
+}
+
+void tst_QFStyledText::badArchivesRejected_data()
+{
+    QTest::addColumn<QByteArray>("data");
+
+    const QByteArray good = richSample().toKeyedArchive();
+    QTest::newRow("empty") << QByteArray();
+    QTest::newRow("truncated") << good.left(good.size() / 2);
+    QTest::newRow("one byte short") << good.chopped(1);
+    QTest::newRow("garbage") << QByteArray("this is not an archive at all");
+    QByteArray garbled = good;
+    for (qsizetype i = 16; i < garbled.size(); i += 7)
+        garbled[i] = char(garbled.at(i) ^ 0x5a);
+    QTest::newRow("garbled") << garbled;
+}
+
+void tst_QFStyledText::badArchivesRejected()
+{
+    QFETCH(QByteArray, data);
+    try {
+        QFStyledText::fromKeyedArchive(data);
+        QFAIL("a bad archive was accepted");
+    } catch (const QFException &e) {
+        QCOMPARE(e.name(), "Malformed Archive");
+    }
+}
+
+void tst_QFStyledText::forgedArchives_data()
+{
+    QTest::addColumn<QByteArray>("data");
+    QTest::addColumn<QString>("runs"); // empty: must be rejected
+
+    auto forge = [](const QVariant &string, const QVariant &runs) {
+        return QFKeyedArchiver::archivedDataWithRootObject(ForgedText(string, runs));
+    };
+    QTest::newRow("unmerged equal runs are merged")
+        << forge("abcd", QVariantList{run(1, kBold), run(1, kBold), run(2)}) << "0+2:QFBold|2+2:";
+    QTest::newRow("no runs: plain text") << forge("abc", QVariant()) << "0+3:";
+    QTest::newRow("runs too short") << forge("abcd", QVariantList{run(3)}) << "";
+    QTest::newRow("runs too long") << forge("ab", QVariantList{run(1), run(2)}) << "";
+    QTest::newRow("zero length run") << forge("ab", QVariantList{run(0), run(2)}) << "";
+    QTest::newRow("negative length run") << forge("ab", QVariantList{run(-1), run(3)}) << "";
+    QTest::newRow("length is text") << forge("ab", QVariantList{QVariantList{"2", QVariantMap()}}) << "";
+    QTest::newRow("attributes not a map") << forge("ab", QVariantList{QVariantList{2, "bold"}}) << "";
+    QTest::newRow("runs not a list") << forge("ab", QVariantMap{{"0", 2}}) << "";
+    QTest::newRow("text is a number") << forge(42, QVariant()) << "";
+    QTest::newRow("root is a plain string")
+        << QFKeyedArchiver::archivedDataWithRootObject(QVariant("just a string")) << "";
+}
+
+void tst_QFStyledText::forgedArchives()
+{
+    QFETCH(QByteArray, data);
+    QFETCH(QString, runs);
+    try {
+        const QFStyledText text = QFStyledText::fromKeyedArchive(data);
+        QVERIFY2(!runs.isEmpty(), "a forged archive was accepted");
+        QCOMPARE(describe(text), runs);
+    } catch (const QFException &e) {
+        QVERIFY2(runs.isEmpty(), qPrintable(e.reason()));
+        QCOMPARE(e.name(), "Malformed Archive");
+    }
+}
+
+void tst_QFStyledText::normaliseImages_data()
+{
+    QTest::addColumn<QByteArray>("data");
+    QTest::addColumn<QString>("fileName");
+    QTest::addColumn<unsigned>("changed");
+    QTest::addColumn<QString>("newName");
+    QTest::addColumn<bool>("isPNG");
+
+    QTest::newRow("BMP becomes PNG") << imageBytes("BMP") << "Photo.final.bmp" << 1u << "Photo.final.png" << true;
+    QTest::newRow("PNG stays") << imageBytes("PNG") << "pic.png" << 0u << "pic.png" << true;
+    QTest::newRow("JPEG stays") << imageBytes("JPG") << "pic.jpeg" << 0u << "pic.jpeg" << false;
+    QTest::newRow("unnamed PNG gets a name") << imageBytes("PNG") << "" << 1u << "image-2.png" << true;
+    QTest::newRow("unnamed BMP") << imageBytes("BMP") << "" << 1u << "image-2.png" << true;
+    QTest::newRow("unreadable data left alone") << QByteArray("not an image") << "x.tiff" << 0u << "x.tiff" << false;
+}
+
+void tst_QFStyledText::normaliseImages()
+{
+    QFETCH(QByteArray, data);
+    QFETCH(QString, fileName);
+    QFETCH(unsigned, changed);
+    QFETCH(QString, newName);
+    QFETCH(bool, isPNG);
+
+    QFStyledText text("Before  after.", kBold);
+    text.insertAttachment(0, imageBytes("PNG"), "first.png"); // already fine
+    text.insertAttachment(8, data, fileName);
+    QCOMPARE(text.normaliseImageAttachments(), changed);
+
+    const QList<QFStyledTextAttachment> attachments = text.attachments();
+    QCOMPARE(attachments.size(), 2);
+    QCOMPARE(attachments.at(1).fileName, newName);
+    QCOMPARE(attachments.at(1).data.startsWith("\x89PNG"), isPNG);
+    if (isPNG)
+        QCOMPARE(QImage::fromData(attachments.at(1).data).size(), QSize(4, 3));
+    QCOMPARE(text.plainString(), QString(u"\uFFFCBefore \uFFFC after."_qs));
+    QCOMPARE(text.attribute(kQFBoldAttributeName, 1), QVariant(true));
+
+    QCOMPARE(text.normaliseImageAttachments(), 0u);
+}
+
+QTEST_GUILESS_MAIN(tst_QFStyledText)
+#include "tst_qfstyledtext.moc"
