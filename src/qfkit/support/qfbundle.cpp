@@ -77,7 +77,7 @@ QVariant QFBundle::propertyListResource(const QString &name) const
     try {
         return QFPropertyList::fromFile(path);
     } catch (const QFException &e) {
-        qfLog(QStringLiteral("Bundle property list %1 could not be read: %2").arg(path, e.reason()));
+        qfLog(QStringLiteral("Bundle property list could not be read: %1").arg(e.reason()));
     } catch (const std::exception &e) {
         qfLog(QStringLiteral("Bundle property list %1 could not be read: %2").arg(path, QString::fromUtf8(e.what())));
     }
@@ -114,7 +114,7 @@ QString QFBundle::localizedString(const QString &key) const
             else
                 qfLog(QStringLiteral("String table %1 is not a dictionary").arg(path));
         } catch (const QFException &e) {
-            qfLog(QStringLiteral("String table %1 could not be read: %2").arg(path, e.reason()));
+            qfLog(QStringLiteral("String table could not be read: %1").arg(e.reason()));
         } catch (const std::exception &e) {
             qfLog(QStringLiteral("String table %1 could not be read: %2").arg(path, QString::fromUtf8(e.what())));
         }
