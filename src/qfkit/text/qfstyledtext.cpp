@@ -1,8 +1,10 @@
 #include "qfstyledtext.h"
 
+#include "qfkit/coding/qfarchiver.h"
 #include "qfkit/coding/qfclassregistry.h"
 #include "qfkit/coding/qfkeyedarchiver.h"
 #include "qfkit/coding/qfkeyedunarchiver.h"
+#include "qfkit/coding/qfunarchiver.h"
 #include "qfkit/support/qfexception.h"
 #include "qfkit/text/qfimageformat.h"
 
@@ -300,28 +302,50 @@ QString QFStyledText::codingClassName() const
     return kClassName;
 }
 
-void QFStyledText::encodeWithKeyedCoder(QFKeyedArchiver &coder) const
+QVariant QFStyledText::runsForArchive() const
 {
-    coder.encodeObject(m_text, kStringKey);
     if (m_runs.size() == 1 && m_runs.constFirst().attributes.isEmpty())
-        return;
+        return QVariant();
     QVariantList runs;
     runs.reserve(m_runs.size());
     for (const QFStyledTextRun &run : m_runs)
         runs.append(QVariant(QVariantList{QVariant(qint64(run.length)), QVariant(run.attributes)}));
-    coder.encodeObject(runs, kRunsKey);
+    return runs;
+}
+
+void QFStyledText::encodeWithKeyedCoder(QFKeyedArchiver &coder) const
+{
+    coder.encodeObject(m_text, kStringKey);
+    const QVariant runs = runsForArchive();
+    if (!runs.isNull())
+        coder.encodeObject(runs, kRunsKey);
+}
+
+void QFStyledText::encodeWithCoder(QFArchiver &coder) const
+{
+    coder.encodeObject(m_text);
+    coder.encodeObject(runsForArchive());
 }
 
 QFCodingPtr QFStyledText::decodeWithKeyedCoder(QFKeyedUnarchiver &coder)
 {
-    const QVariant string = coder.decodeObject(kStringKey);
+    return fromArchivedValues(coder.decodeObject(kStringKey), coder.decodeObject(kRunsKey));
+}
+
+QFCodingPtr QFStyledText::decodeWithCoder(QFUnarchiver &coder)
+{
+    const QVariant string = coder.decodeObject();
+    return fromArchivedValues(string, coder.decodeObject());
+}
+
+QFCodingPtr QFStyledText::fromArchivedValues(const QVariant &string, const QVariant &runs)
+{
     QString text;
     if (string.typeId() == QMetaType::QString)
         text = string.toString();
     else if (string.isValid() && !string.isNull())
         malformed(QStringLiteral("The text of a styled text is not a string"));
 
-    const QVariant runs = coder.decodeObject(kRunsKey);
     if (!runs.isValid() || runs.isNull())
         return std::make_shared<QFStyledText>(text);
     if (runs.typeId() != QMetaType::QVariantList)
@@ -359,6 +383,7 @@ void QFStyledText::registerCodingClass()
 {
     static const bool registered = [] {
         QFClassRegistry::instance().registerKeyed(kClassName, &QFStyledText::decodeWithKeyedCoder);
+        QFClassRegistry::instance().registerSequential(kClassName, &QFStyledText::decodeWithCoder);
         return true;
     }();
     Q_UNUSED(registered);

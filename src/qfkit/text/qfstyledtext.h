@@ -55,6 +55,7 @@ struct QFStyledTextAttachment
 // Strings are stored as UTF-8: half a surrogate pair, which no editor should
 // leave behind, comes back as "?" (lengths and runs are unaffected).
 class QFKeyedUnarchiver;
+class QFUnarchiver;
 
 class QFStyledText final : public QFCoding
 {
@@ -106,10 +107,12 @@ public:
     // as it is. Returns how many attachments changed; a second call returns 0.
     unsigned normaliseImageAttachments();
 
-    // Keyed archiving under the class name "QFStyledText".
+    // Archived under the class name "QFStyledText", keyed (the stored form of
+    // bodies and summaries) and sequential (inside a plugin's record).
     QString codingClassName() const override;
     void encodeWithKeyedCoder(QFKeyedArchiver &coder) const override;
-    // Registers the keyed factory; safe to call any number of times. The
+    void encodeWithCoder(QFArchiver &coder) const override;
+    // Registers both factories; safe to call any number of times. The
     // functions below call it themselves.
     static void registerCodingClass();
 
@@ -125,6 +128,11 @@ public:
 
 private:
     static QFCodingPtr decodeWithKeyedCoder(QFKeyedUnarchiver &coder);
+    static QFCodingPtr decodeWithCoder(QFUnarchiver &coder);
+    // Checks what an archive holds (a string and nil or [length, attributes]
+    // runs covering it exactly) and raises "Malformed Archive" otherwise.
+    static QFCodingPtr fromArchivedValues(const QVariant &string, const QVariant &runs);
+    QVariant runsForArchive() const;
     qsizetype clippedEnd(qsizetype start, qsizetype length) const;
     qsizetype runIndexAt(qsizetype index) const;
     qsizetype splitAt(qsizetype index);

@@ -1,4 +1,6 @@
+#include "qfkit/coding/qfarchiver.h"
 #include "qfkit/coding/qfkeyedarchiver.h"
+#include "qfkit/coding/qfunarchiver.h"
 #include "qfkit/support/qfexception.h"
 #include "qfkit/support/qflink.h"
 #include "qfkit/text/qfstyledtext.h"
@@ -85,8 +87,8 @@ private slots:
     void midKeepsAttributes_data();
     void midKeepsAttributes();
     void attachmentsInTextOrder();
-    void keyedRoundTrip_data();
-    void keyedRoundTrip();
+    void archiveRoundTrip_data();
+    void archiveRoundTrip();
     void badArchivesRejected_data();
     void badArchivesRejected();
     void forgedArchives_data();
@@ -208,7 +210,7 @@ void tst_QFStyledText::attachmentsInTextOrder()
     QVERIFY(!QFStyledText("no pictures").hasAttachments());
 }
 
-void tst_QFStyledText::keyedRoundTrip_data()
+void tst_QFStyledText::archiveRoundTrip_data()
 {
     QTest::addColumn<QFStyledText>("text");
 
@@ -218,7 +220,7 @@ void tst_QFStyledText::keyedRoundTrip_data()
     QTest::newRow("styled whole text") << QFStyledText(u"ümlaut"_qs, kItalic);
 }
 
-void tst_QFStyledText::keyedRoundTrip()
+void tst_QFStyledText::archiveRoundTrip()
 {
     QFETCH(QFStyledText, text);
     const QByteArray data = text.toKeyedArchive();
@@ -227,6 +229,16 @@ void tst_QFStyledText::keyedRoundTrip()
     QCOMPARE(describe(back), describe(text));
     QVERIFY(back == text);
     QCOMPARE(back.attachments().size(), text.attachments().size());
+
+    // Inside a plugin's record a text travels as an object in a dictionary.
+    QFArchiver archiver;
+    archiver.encodeObject(QVariantMap{{QStringLiteral("entry"), QFCodingSupport::variantFromObject(std::make_shared<QFStyledText>(text))}});
+    archiver.encodeObject(QStringLiteral("next"));
+    QFUnarchiver unarchiver(archiver.data());
+    const auto decoded = QFCodingSupport::objectOfClass<QFStyledText>(unarchiver.decodeObject().toMap().value(QStringLiteral("entry")));
+    QVERIFY(decoded);
+    QVERIFY(*decoded == text);
+    QCOMPARE(unarchiver.decodeObject().toString(), QStringLiteral("next"));
 }
 
 void tst_QFStyledText::badArchivesRejected_data()
