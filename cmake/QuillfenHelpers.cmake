@@ -9,7 +9,11 @@ function(qf_add_test)
   target_compile_definitions(${T_NAME} PRIVATE
     QF_CORPORA_DIR="${PROJECT_SOURCE_DIR}/../shared/corpora"
     QF_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
-    QF_BINARY_DIR="${PROJECT_BINARY_DIR}")
+    QF_BINARY_DIR="${PROJECT_BINARY_DIR}"
+    QF_BLOG_BUNDLE_PATH="${PROJECT_BINARY_DIR}/plugins/Blog.qfplugin")
+  if(TARGET blog_bundle)
+    add_dependencies(${T_NAME} blog_bundle)
+  endif()
   add_test(NAME ${T_NAME} COMMAND ${T_NAME})
   set_tests_properties(${T_NAME} PROPERTIES
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;TZ=Europe/Berlin"
@@ -34,4 +38,14 @@ function(qf_add_fuzzer)
                COMMAND ${F_NAME} ${PROJECT_SOURCE_DIR}/fuzz/corpus/${F_NAME})
     endif()
   endif()
+endfunction()
+
+# Adds one test per tst_*.cpp file below the calling folder.
+function(qf_add_tests_in_folder)
+  cmake_parse_arguments(T "" "" "LIBS" ${ARGN})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/tst_*.cpp)
+  foreach(src ${sources})
+    get_filename_component(name ${src} NAME_WE)
+    qf_add_test(NAME ${name} SOURCES ${src} LIBS ${T_LIBS})
+  endforeach()
 endfunction()
