@@ -191,7 +191,9 @@ QString stringEscapedForLowercaseFilename(const QString &s)
     return out;
 }
 
-QString stringEscapedForHTMLElementText(const QString &s)
+namespace {
+// Element text needs & < > escaped; attribute values also both quotes.
+QString escapedForHTML(const QString &s, bool quotes)
 {
     QString out;
     out.reserve(s.size() + s.size() / 8);
@@ -200,27 +202,27 @@ QString stringEscapedForHTMLElementText(const QString &s)
         case u'&': out += QLatin1StringView("&amp;"); break;
         case u'<': out += QLatin1StringView("&lt;"); break;
         case u'>': out += QLatin1StringView("&gt;"); break;
+        case u'"':
+            if (quotes) out += QLatin1StringView("&quot;"); else out += c;
+            break;
+        case u'\'':
+            if (quotes) out += QLatin1StringView("&#39;"); else out += c;
+            break;
         default: out += c;
         }
     }
     return out;
 }
+} // namespace
+
+QString stringEscapedForHTMLElementText(const QString &s)
+{
+    return escapedForHTML(s, false);
+}
 
 QString stringEscapedForHTMLAttribute(const QString &s)
 {
-    QString out;
-    out.reserve(s.size() + s.size() / 8);
-    for (QChar c : s) {
-        switch (c.unicode()) {
-        case u'&': out += QLatin1StringView("&amp;"); break;
-        case u'<': out += QLatin1StringView("&lt;"); break;
-        case u'>': out += QLatin1StringView("&gt;"); break;
-        case u'"': out += QLatin1StringView("&quot;"); break;
-        case u'\'': out += QLatin1StringView("&#39;"); break;
-        default: out += c;
-        }
-    }
-    return out;
+    return escapedForHTML(s, true);
 }
 
 QString convertToEntities(const QString &s)
