@@ -1,0 +1,39 @@
+#pragma once
+
+#include "qfkit/document/qfpagepluginfactory.h"
+
+#include <QObject>
+
+// The entry point of the loadable module inside Blog.qfplugin/: the host's
+// view of the Blog plugin class. Every answer comes from QFBlogPlugin's
+// class-level functions, so the module and the linked-in library (tests) give
+// the same answers.
+//
+// initializeClass() also registers the plugin's user defaults on the
+// application's settings (QSettings with the application's organisation and
+// name) the first time, since the host interface passes no defaults object.
+//
+// Plugins made here are owned by the caller. createPluginFromArchive()
+// answers null until the blog's record format can be read.
+class QFBlogPluginFactory final : public QObject, public QFPagePluginFactory
+{
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID QFPagePluginFactory_iid FILE "blog.json")
+    Q_INTERFACES(QFPagePluginFactory)
+
+public:
+    QFBlogPluginFactory() = default;
+    Q_DISABLE_COPY_MOVE(QFBlogPluginFactory)
+
+    QString pluginName() const override;
+    QString pluginDescription() const override;
+    QString pluginAuthor() const override;
+    QImage pluginIcon() const override;
+
+    bool initializeClass(const QFBundle &bundle) override;
+
+    QStringList extraFilesNeededInExportFolder() const override;
+
+    QFTextViewPluginClient *createPlugin() override;
+    QFTextViewPluginClient *createPluginFromArchive(QFUnarchiver &coder) override;
+};
