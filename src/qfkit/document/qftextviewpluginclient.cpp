@@ -1,0 +1,138 @@
+#include "qftextviewpluginclient.h"
+
+#include "qfsitedocument.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QMutexLocker>
+#include <QUuid>
+
+namespace {
+
+QString processScratchRoot()
+{
+    return QDir::tempPath() + QStringLiteral("/quillfen-")
+        + QString::number(QCoreApplication::applicationPid());
+}
+
+QDateTime systemNow()
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    return now.addMSecs(-now.time().msec());
+}
+
+} // namespace
+
+QFTextViewPluginClient::QFTextViewPluginClient(QObject *parent)
+    : QObject(parent)
+    , m_uniqueID(QUuid::createUuid().toString(QUuid::WithoutBraces))
+{
+}
+
+QFTextViewPluginClient::~QFTextViewPluginClient()
+{
+    QMutexLocker locker(&m_scratchMutex);
+    for (const QString &root : std::as_const(m_scratchRoots))
+        QDir(root).removeRecursively();
+    // The process folder goes too once the last page's folder is gone.
+    QDir().rmdir(processScratchRoot());
+}
+
+void QFTextViewPluginClient::setDocument(QFSiteDocument *document)
+{
+    m_document = document;
+}
+
+QFSiteDocument *QFTextViewPluginClient::document() const
+{
+    return m_document.data();
+}
+
+QString QFTextViewPluginClient::documentPath() const
+{
+    return m_document ? m_document->filePath() : QString();
+}
+
+QString QFTextViewPluginClient::uniqueID() const
+{
+    return m_uniqueID;
+}
+
+void QFTextViewPluginClient::setUniqueID(const QString &uniqueID)
+{
+    m_uniqueID = uniqueID;
+}
+
+void QFTextViewPluginClient::broadcastPluginChanged()
+{
+    emit pluginChanged();
+}
+
+QString QFTextViewPluginClient::tempFilesDirectory(const QString &name)
+{
+    // The unique ID may hold characters a folder name must not; the UUIDs we
+    // make never do, but a document may assign its own.
+    QString page = m_uniqueID;
+    page.replace(QLatin1Char('/'), QLatin1Char('_')).replace(QLatin1Char('\\'), QLatin1Char('_'));
+    if (page.isEmpty() || page == QLatin1String(".") || page == QLatin1String(".."))
+        page = QStringLiteral("page");
+    QString folder = name;
+    folder.replace(QLatin1Char('/'), QLatin1Char('_')).replace(QLatin1Char('\\'), QLatin1Char('_'));
+    if (folder.isEmpty() || folder == QLatin1String(".") || folder == QLatin1String(".."))
+        folder = QStringLiteral("scratch");
+
+    const QString root = processScratchRoot() + QLatin1Char('/') + page;
+    const QString path = root + QLatin1Char('/') + folder;
+    if (!QDir().mkpath(path))
+        return QString();
+    QMutexLocker locker(&m_scratchMutex);
+    m_scratchRoots.insert(root);
+    return path;
+}
+
+QList<QFExportItem> QFTextViewPluginClient::directoryContents(const QString &path) const
+{
+    QList<QFExportItem> items;
+    if (path.isEmpty())
+        return items;
+    const QFileInfoList entries = QDir(path).entryInfoList(QDir::Files | QDir::NoDotAndDotDot, QDir::Name);
+    items.reserve(entries.size());
+    for (const QFileInfo &entry : entries)
+        items.append(QFExportItem::file(entry.absoluteFilePath()));
+    return items;
+}
+
+QFExportItem QFTextViewPluginClient::contentOnlySubpageWithHTML(const QString &html, const QString &name)
+{
+    return QFExportItem::contentOnlySubpage(html, name);
+}
+
+QString QFTextViewPluginClient::updatePageTemplate(const QString &pageTemplate, const QVariantMap &params,
+                                                   int depth) const
+{
+    // Themes come with the site document's stored form; until then a page
+    // keeps the plugin's own template.
+    return pageTemplate;
+}
+
+QFHTMLExporter QFTextViewPluginClient::exporterWithParams(const QVariantMap &params) const
+{
+    return QFHTMLExporter(params);
+}
+
+const QFLinkResolver *QFTextViewPluginClient::pageFromPageID(const QString &pageID) const
+{
+    // Pages do not offer link resolvers through the document yet.
+    return nullptr;
+}
+
+void QFTextViewPluginClient::setClock(Clock clock)
+{
+    m_clock = std::move(clock);
+}
+
+QDateTime QFTextViewPluginClient::now() const
+{
+    return m_clock ? m_clock() : systemNow();
+}

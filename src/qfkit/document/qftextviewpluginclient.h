@@ -1,0 +1,104 @@
+#pragma once
+
+#include "qfkit/document/qfexportitem.h"
+#include "qfkit/text/qfhtmlexporter.h"
+
+#include <QDateTime>
+#include <QList>
+#include <QMutex>
+#include <QObject>
+#include <QPointer>
+#include <QSet>
+#include <QString>
+#include <QVariantMap>
+#include <functional>
+
+class QFLinkResolver;
+class QFSiteDocument;
+
+// The base class of page plugins: what the host gives a plugin and what a
+// plugin tells the host. The host (a QFSiteDocument) sets the document and the
+// page's unique ID; the plugin asks the base for scratch folders, export
+// results, page templates and the time, and calls broadcastPluginChanged()
+// after every edit.
+//
+// Ownership: a plugin has no QObject parent; the site document owns the
+// plugins of its pages. The document pointer is not owned and becomes null
+// when the document goes away.
+//
+// Threads: export calls may run off the main thread. tempFilesDirectory(),
+// directoryContents(), contentOnlySubpageWithHTML(), updatePageTemplate(),
+// exporterWithParams() and now() are safe there; setDocument(), setClock()
+// and setUniqueID() belong to the main thread.
+class QFTextViewPluginClient : public QObject
+{
+    Q_OBJECT
+
+public:
+    using Clock = std::function<QDateTime()>;
+
+    explicit QFTextViewPluginClient(QObject *parent = nullptr);
+    // Removes every scratch folder this plugin made.
+    ~QFTextViewPluginClient() override;
+    Q_DISABLE_COPY_MOVE(QFTextViewPluginClient)
+
+    // The site document the page belongs to; null until the host sets one.
+    virtual void setDocument(QFSiteDocument *document);
+    QFSiteDocument *document() const;
+    // The document's file path; an empty string without a document or while
+    // the document has not been saved.
+    QString documentPath() const;
+
+    // The page's unique ID. A fresh one is made with the plugin, so scratch
+    // folders have a name before the document assigns the page's own.
+    QString uniqueID() const;
+    void setUniqueID(const QString &uniqueID);
+
+    // Tells the host that the page changed: emits pluginChanged(), which the
+    // document turns into its edited flag. Plugins override it to add their
+    // own bookkeeping and call the base.
+    virtual void broadcastPluginChanged();
+
+    // A scratch folder for this plugin and page, named by `name`:
+    // <temp>/quillfen-<process id>/<unique ID>/<name>. Created when asked for
+    // (an empty string when it cannot be made); removed with the plugin.
+    QString tempFilesDirectory(const QString &name);
+
+    // The files directly inside the folder (not its sub-folders, not hidden
+    // files), as file results with absolute paths, sorted by name so exports
+    // are reproducible. Empty for a missing folder.
+    QList<QFExportItem> directoryContents(const QString &path) const;
+
+    // Wraps HTML as a content-only sub-page result named `name`.
+    static QFExportItem contentOnlySubpageWithHTML(const QString &html, const QString &name);
+
+    // Places a page of the plugin inside the site's theme, `depth` folders
+    // below the page. The site theme is not part of the document yet, so the
+    // template comes back unchanged.
+    QString updatePageTemplate(const QString &pageTemplate, const QVariantMap &params, int depth) const;
+
+    // A rich-text exporter carrying the host's export parameters.
+    QFHTMLExporter exporterWithParams(const QVariantMap &params) const;
+
+    // The link resolver of the page with that unique ID, through which
+    // internal links to it become hrefs. Null while the site document does
+    // not resolve pages (it does not yet), and for an unknown ID.
+    const QFLinkResolver *pageFromPageID(const QString &pageID) const;
+
+    // "Now" for the plugin (build dates, new posts, copyright years). The
+    // system clock in whole seconds unless a test sets another; an empty
+    // function restores the system clock.
+    void setClock(Clock clock);
+    QDateTime now() const;
+
+signals:
+    // The page changed; emitted by broadcastPluginChanged().
+    void pluginChanged();
+
+private:
+    QPointer<QFSiteDocument> m_document;
+    QString m_uniqueID;
+    Clock m_clock;
+    mutable QMutex m_scratchMutex;
+    QSet<QString> m_scratchRoots;
+};
