@@ -1,0 +1,458 @@
+#include "blog/model/qfblogentry.h"
+#include "blog/model/qfblogmodel.h"
+#include "blog/plugin/qfblogplugin.h"
+#include "qfkit/coding/qfarchiver.h"
+#include "qfkit/coding/qfkeyedarchiver.h"
+#include "qfkit/coding/qfkeyedunarchiver.h"
+#include "qfkit/coding/qfunarchiver.h"
+#include "qfkit/support/qfbundle.h"
+#include "qfkit/support/qflog.h"
+#include "qfkit/text/qfstyledtextattributes.h"
+
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QtTest>
+
+class tst_QFBlogEntry : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void recordRoundTrip();
+    void statusIsStoredInverted_data();
+    void statusIsStoredInverted();
+    void oneCategoryTravelsByIndex_data();
+    void oneCategoryTravelsByIndex();
+    void styledTitleBecomesPlain();
+    void wrongTypeGivesNoPost_data();
+    void wrongTypeGivesNoPost();
+    void guidIsMadeOnceAndKept();
+    void bodyReadsAreIndependentCopies();
+    void setTagsMovesCountsWithoutReporting();
+    void addTagNeedsAList();
+    void derivedCategoryValues_data();
+    void derivedCategoryValues();
+    void categoryIndexEdits();
+    void editsReportToThePlugin();
+    void clipboardArchiveAttachesToThePlugin();
+
+private:
+    QFBlogEntryPtr newEntry() const { return QFBlogEntry::blogEntryWithBlogPlugin(m_plugin.get()); }
+    static int tagCount(const QFBlogPlugin &plugin, const QString &name);
+
+    std::unique_ptr<QFBlogPlugin> m_plugin;
+    // IDs of the categories the plugin holds: None, Travel, Food, Music.
+    int m_none = 0;
+    const int m_travel = 10;
+    const int m_food = 20;
+    const int m_music = 30;
+};
+
+void tst_QFBlogEntry::initTestCase()
+{
+    QFBlogPlugin::initializeClass(QFBundle(QStringLiteral(QF_BLOG_BUNDLE_PATH)));
+    QFBlogModel::registerCodingClasses();
+}
+
+void tst_QFBlogEntry::init()
+{
+    m_plugin = std::make_unique<QFBlogPlugin>();
+    QList<QFBlogCategoryPtr> categories{m_plugin->categories().constFirst()};
+    QVERIFY(categories.constFirst()->isNone());
+    m_none = categories.constFirst()->categoryID();
+    const QList<std::pair<QString, int>> named{
+        {QStringLiteral("Travel"), m_travel}, {QStringLiteral("Food"), m_food}, {QStringLiteral("Music"), m_music}};
+    for (const auto &[name, id] : named) {
+        // Made detached: the plugin's default categories include a "Travel".
+        auto category = QFBlogCategory::categoryWithName(name, nullptr);
+        category->setCategoryID(id);
+        categories.append(category);
+    }
+    m_plugin->setCategories(categories);
+    QCOMPARE(m_plugin->categories().size(), 4);
+}
+
+void tst_QFBlogEntry::cleanup()
+{
+    QFBlogEntry::setPluginForDecoding(nullptr);
+    m_plugin.reset();
+}
+
+int tst_QFBlogEntry::tagCount(const QFBlogPlugin &plugin, const QString &name)
+{
+    return int(plugin.knownTags().countForObject(QVariant::fromValue(QFBlogTag(name))));
+}
+
+void tst_QFBlogEntry::recordRoundTrip()
+{
+    const auto entry = newEntry();
+    entry->setTitle(QStringLiteral("Lisbon, day 2"));
+    entry->setEntry(QFStyledText(QStringLiteral("Trams and "))
+                        .append(QStringLiteral("pastéis"), {{kQFBoldAttributeName, true}}));
+    entry->setEntrySummaryString(QStringLiteral("Trams."));
+    entry->setDate(QDateTime(QDate(2009, 3, 29), QTime(2, 30, 0)));
+    entry->setStatus(1);
+    entry->setID(42);
+    entry->setSummarizeRSSEntry(true);
+    entry->setSummarizeRSSSentenceCount(3);
+    entry->setOverridePermalinkName(true);
+    entry->setOverridePermalinkNameText(QStringLiteral("lisbon-2"));
+    entry->setCategoryIDs({m_food, m_travel});
+    entry->setTags(QFBlogTagList{QFBlogTag(QStringLiteral("Portugal")), QFBlogTag(QStringLiteral("trams"))});
+    entry->setPodcast(QStringLiteral("/media/lisbon.mp3"));
+    auto custom = QFBlogCustomTag::create();
+    custom->setTag(QStringLiteral("geo:lat"));
+    entry->setCustomTags({custom});
+    auto itunes = QFBlogCustomiTunesTags::tags();
+    itunes->setSubtitle(QStringLiteral("Episode 2"));
+    entry->setItunesTags(itunes);
+    entry->setPodcastReference(std::make_shared<QFFileReference>(QStringLiteral("/media/lisbon.mp3")));
+    entry->setPodcastOverride({{QStringLiteral("override"), true}, {QStringLiteral("size"), 1000}});
+    entry->setMovableTypeCategoryNames({QStringLiteral("never archived")});
+
+    // The way the plugin record stores posts: the dictionary inside a sequential archive.
+    QFArchiver archiver;
+    archiver.encodeObject(QVariant(QVariantList{entry->dictionaryForEncoding()}));
+    QFUnarchiver unarchiver(archiver.data());
+    const QVariantMap stored = unarchiver.decodeObject().toList().value(0).toMap();
+
+    QFBlogPlugin other;
+    other.setCategories(m_plugin->categories());
+    const auto read = QFBlogEntry::blogEntryWithDictionary(stored, &other);
+    QVERIFY(read);
+    QCOMPARE(read->title(), entry->title());
+    QCOMPARE(read->entry(), entry->entry());
+    QCOMPARE(read->entrySummary()->plainString(), QStringLiteral("Trams."));
+    QCOMPARE(read->date(), entry->date());
+    QCOMPARE(read->status(), 1);
+    QCOMPARE(read->ID(), 42);
+    QCOMPARE(read->GUID(), entry->GUID());
+    QVERIFY(read->summarizeRSSEntry());
+    QCOMPARE(read->summarizeRSSSentenceCount(), 3);
+    QVERIFY(read->overridePermalinkName());
+    QCOMPARE(read->overridePermalinkNameText(), QStringLiteral("lisbon-2"));
+    QCOMPARE(read->categoryIDs(), (QList<int>{m_food, m_travel}));
+    QCOMPARE(read->tags(), entry->tags());
+    QCOMPARE(read->podcast(), entry->podcast());
+    QCOMPARE(read->customTags().size(), 1);
+    QVERIFY(read->customTags().constFirst()->isEqual(*custom));
+    QVERIFY(read->itunesTags() && read->itunesTags()->isEqual(*itunes));
+    QVERIFY(read->podcastReference() && *read->podcastReference() == *entry->podcastReference());
+    QCOMPARE(read->podcastOverride().value(QStringLiteral("size")).toInt(), 1000);
+    QVERIFY(read->movableTypeCategoryNames().isEmpty());
+    // The reading registered the tags with the new plugin.
+    QCOMPARE(tagCount(other, QStringLiteral("Portugal")), 1);
+}
+
+void tst_QFBlogEntry::statusIsStoredInverted_data()
+{
+    QTest::addColumn<QVariant>("stored"); // null: the key is missing
+    QTest::addColumn<int>("status");
+
+    QTest::newRow("stored 1: a draft") << QVariant(1) << 0;
+    QTest::newRow("stored 0: published") << QVariant(0) << 1;
+    QTest::newRow("missing: published") << QVariant() << 1;
+    QTest::newRow("stored true: a draft") << QVariant(true) << 0;
+}
+
+void tst_QFBlogEntry::statusIsStoredInverted()
+{
+    QFETCH(QVariant, stored);
+    QFETCH(int, status);
+
+    QVariantMap dictionary{{QStringLiteral("title"), QStringLiteral("t")}};
+    if (!stored.isNull())
+        dictionary.insert(QStringLiteral("status"), stored);
+    const auto entry = QFBlogEntry::blogEntryWithDictionary(dictionary, m_plugin.get());
+    QVERIFY(entry);
+    QCOMPARE(entry->status(), status);
+    QCOMPARE(entry->isDraft(), status == 0);
+    QCOMPARE(entry->dictionaryForEncoding().value(QStringLiteral("status")).toInt(), status == 0 ? 1 : 0);
+}
+
+void tst_QFBlogEntry::oneCategoryTravelsByIndex_data()
+{
+    QTest::addColumn<QVariant>("categoryIndex");
+    QTest::addColumn<QVariantList>("categoryIDs");
+    QTest::addColumn<QList<int>>("expected");
+
+    // Index 1 is Travel (10); 30 is Music.
+    QTest::newRow("one ID loses to the index") << QVariant(1) << QVariantList{30} << QList<int>{10};
+    QTest::newRow("two IDs replace the index") << QVariant(1) << QVariantList{30, 20} << QList<int>{30, 20};
+    QTest::newRow("duplicates dropped") << QVariant(1) << QVariantList{30, 30, 20} << QList<int>{30, 20};
+    QTest::newRow("nothing: the first category") << QVariant() << QVariantList{} << QList<int>{-1};
+    QTest::newRow("index out of range: none") << QVariant(9) << QVariantList{} << QList<int>{};
+}
+
+void tst_QFBlogEntry::oneCategoryTravelsByIndex()
+{
+    QFETCH(QVariant, categoryIndex);
+    QFETCH(QVariantList, categoryIDs);
+    QFETCH(QList<int>, expected);
+    if (expected == QList<int>{-1})
+        expected = {m_none};
+
+    QVariantMap dictionary;
+    if (!categoryIndex.isNull())
+        dictionary.insert(QStringLiteral("categoryIndex"), categoryIndex);
+    if (!categoryIDs.isEmpty())
+        dictionary.insert(QStringLiteral("categoryIDs"), categoryIDs);
+    const auto entry = QFBlogEntry::blogEntryWithDictionary(dictionary, m_plugin.get());
+    QVERIFY(entry);
+    QCOMPARE(entry->categoryIDs(), expected);
+}
+
+void tst_QFBlogEntry::styledTitleBecomesPlain()
+{
+    QFStyledText title(QStringLiteral("Bold "));
+    title.append(QStringLiteral("move"), {{kQFItalicAttributeName, true}});
+    QVariantMap dictionary{
+        {QStringLiteral("title"), QFCodingSupport::variantFromObject(std::make_shared<QFStyledText>(title))},
+        {QStringLiteral("entry"),
+         QFCodingSupport::variantFromObject(std::make_shared<QFStyledText>(QStringLiteral("Body text")))},
+    };
+
+    QFLogCapture log;
+    const auto entry = QFBlogEntry::blogEntryWithDictionary(dictionary, m_plugin.get());
+    QVERIFY(entry);
+    QCOMPARE(entry->title(), QStringLiteral("Bold move"));
+    QCOMPARE(dictionary.value(QStringLiteral("title")), QVariant(QStringLiteral("Bold move")));
+    QCOMPARE(log.lines(),
+             QStringList{QStringLiteral("Coverting title (Bold move, (null)) from NSAttributedString to NSString: Body text")});
+}
+
+void tst_QFBlogEntry::wrongTypeGivesNoPost_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QString>("typeName");
+    QTest::addColumn<QString>("expectedName");
+
+    const auto object = [](QFCodingPtr p) { return QFCodingSupport::variantFromObject(p); };
+    QTest::newRow("title as a number") << "title" << QVariant(5) << "int" << "QString";
+    QTest::newRow("body as a string") << "entry" << QVariant(QStringLiteral("x")) << "QString" << "QFStyledText";
+    QTest::newRow("summary as tags") << "entrySummary" << object(QFBlogCustomiTunesTags::tags())
+                                     << "QFBlogCustomiTunesTags" << "QFStyledText";
+    QTest::newRow("date as a string") << "date" << QVariant(QStringLiteral("yesterday")) << "QString" << "QDateTime";
+    QTest::newRow("podcast as a list") << "podcast" << QVariant(QVariantList{}) << "QVariantList" << "QString";
+    QTest::newRow("custom tags as a map") << "customTags" << QVariant(QVariantMap{}) << "QVariantMap" << "QVariantList";
+    QTest::newRow("iTunes tags as text") << "itunesTags" << QVariant(QStringLiteral("x")) << "QString"
+                                         << "QFBlogCustomiTunesTags";
+    QTest::newRow("reference as styled text") << "podcastReference" << object(std::make_shared<QFStyledText>())
+                                              << "QFStyledText" << "QFFileReference";
+    QTest::newRow("override as a list") << "podcastOverride" << QVariant(QVariantList{}) << "QVariantList" << "QVariantMap";
+    QTest::newRow("tags as text") << "tags" << QVariant(QStringLiteral("a, b")) << "QString" << "QVariantList";
+}
+
+void tst_QFBlogEntry::wrongTypeGivesNoPost()
+{
+    QFETCH(QString, key);
+    QFETCH(QVariant, value);
+    QFETCH(QString, typeName);
+    QFETCH(QString, expectedName);
+
+    const QDateTime date(QDate(2008, 12, 24), QTime(18, 0, 5));
+    QVariantMap dictionary{{QStringLiteral("title"), QStringLiteral("Christmas")},
+                           {QStringLiteral("date"), date}};
+    dictionary.insert(key, value);
+    const QString title = key == QLatin1String("title") ? QStringLiteral("5") : QStringLiteral("Christmas");
+    const QString when = key == QLatin1String("date") ? QStringLiteral("yesterday")
+                                                      : QStringLiteral("2008-12-24 18:00:05 CET");
+
+    QFLogCapture log;
+    QVERIFY(!QFBlogEntry::blogEntryWithDictionary(dictionary, m_plugin.get()));
+    QCOMPARE(log.lines(), QStringList{QStringLiteral("Dictionary has incorrect type for key %1 (type is %2, should be %3): %4 (%5)")
+                                          .arg(key, typeName, expectedName, title, when)});
+}
+
+void tst_QFBlogEntry::guidIsMadeOnceAndKept()
+{
+    const auto entry = newEntry();
+    QVERIFY(!entry->hasGUID());
+    const QString guid = entry->GUID();
+    QVERIFY(QRegularExpression(QStringLiteral("^[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}$"))
+                .match(guid)
+                .hasMatch());
+    QCOMPARE(entry->GUID(), guid);
+    QCOMPARE(entry->property("GUID").toString(), guid);
+    QVERIFY(newEntry()->GUID() != guid);
+
+    // The GUID made on reading is the one archived and read back.
+    const auto read = QFBlogEntry::blogEntryWithDictionary(entry->dictionaryForEncoding(), m_plugin.get());
+    QCOMPARE(read->GUID(), guid);
+    // A record without one gets a fresh one on first read.
+    QVariantMap withoutGuid = entry->dictionaryForEncoding();
+    withoutGuid.remove(QStringLiteral("guid"));
+    const auto fresh = QFBlogEntry::blogEntryWithDictionary(withoutGuid, m_plugin.get());
+    QVERIFY(!fresh->hasGUID());
+    QVERIFY(fresh->GUID() != guid);
+}
+
+void tst_QFBlogEntry::bodyReadsAreIndependentCopies()
+{
+    const auto entry = newEntry();
+    QVERIFY(!entry->entry());
+    QFStyledText body(QStringLiteral("Cached body"), {{QStringLiteral("QFBlogEntryCacheData"), QByteArray("c")},
+                                                      {kQFBoldAttributeName, true}});
+    entry->setEntry(body);
+    entry->setEntrySummary(body);
+
+    std::optional<QFStyledText> first = entry->entry();
+    const std::optional<QFStyledText> second = entry->entry();
+    QCOMPARE(first, second);
+    first->append(QStringLiteral(" edited"));
+    QCOMPARE(entry->entry()->plainString(), QStringLiteral("Cached body"));
+
+    // The cache attribute never reaches the stored body; the summary keeps it.
+    QVERIFY(!entry->entry()->attribute(QStringLiteral("QFBlogEntryCacheData"), 0).isValid());
+    QVERIFY(entry->entry()->attribute(kQFBoldAttributeName, 0).toBool());
+    QVERIFY(entry->entrySummary()->attribute(QStringLiteral("QFBlogEntryCacheData"), 0).isValid());
+}
+
+void tst_QFBlogEntry::setTagsMovesCountsWithoutReporting()
+{
+    const auto entry = newEntry();
+    const QFBlogTag a(QStringLiteral("a")), b(QStringLiteral("b")), c(QStringLiteral("c"));
+    entry->setTags(QFBlogTagList{a, b});
+    QCOMPARE(tagCount(*m_plugin, QStringLiteral("a")), 1);
+
+    QSignalSpy counts(m_plugin.get(), &QFBlogPlugin::knownTagsChanged);
+    QSignalSpy changed(m_plugin.get(), &QFTextViewPluginClient::pluginChanged);
+    entry->setTags(QFBlogTagList{b, c, c});
+
+    // One use of a less, one of c more: c counts once however often it is listed.
+    QCOMPARE(counts.size(), 2);
+    QCOMPARE(tagCount(*m_plugin, QStringLiteral("a")), 0);
+    QCOMPARE(tagCount(*m_plugin, QStringLiteral("b")), 1);
+    QCOMPARE(tagCount(*m_plugin, QStringLiteral("c")), 1);
+    // Only the plugin's own tag-count reports; the post adds none of its own.
+    QCOMPARE(changed.size(), counts.size());
+    QCOMPARE(entry->tags(), (QFBlogTagList{b, c, c}));
+}
+
+void tst_QFBlogEntry::addTagNeedsAList()
+{
+    const auto plain = newEntry();
+    plain->addTag(QFBlogTag(QStringLiteral("lost")));
+    QVERIFY(!plain->tags().has_value());
+    QVERIFY(m_plugin->knownTags().isEmpty());
+
+    // Read posts always have a list (the record always holds "tagsDictionary").
+    const auto read = QFBlogEntry::blogEntryWithDictionary(
+        QVariantMap{{QStringLiteral("tagsDictionary"), QVariantList{}}}, m_plugin.get());
+    read->addTag(QFBlogTag(QStringLiteral("kept")));
+    QCOMPARE(read->tags(), (QFBlogTagList{QFBlogTag(QStringLiteral("kept"))}));
+    QCOMPARE(tagCount(*m_plugin, QStringLiteral("kept")), 1);
+}
+
+void tst_QFBlogEntry::derivedCategoryValues_data()
+{
+    QTest::addColumn<QList<int>>("ids"); // -1 stands for the None category
+    QTest::addColumn<QStringList>("withoutNone"); // empty: absent
+    QTest::addColumn<QString>("names");
+    QTest::addColumn<int>("index");
+
+    QTest::newRow("None alone") << QList<int>{-1} << QStringList{} << QString() << 0;
+    QTest::newRow("two real") << QList<int>{20, 10} << QStringList{"Food", "Travel"} << "Food, Travel" << 2;
+    QTest::newRow("None among others") << QList<int>{10, -1} << QStringList{"Travel"} << "Travel, None" << 1;
+    QTest::newRow("unknown first ID") << QList<int>{99, 30} << QStringList{"Music"} << "Music" << 2147483647;
+    QTest::newRow("no IDs") << QList<int>{} << QStringList{} << QString() << 0;
+}
+
+void tst_QFBlogEntry::derivedCategoryValues()
+{
+    QFETCH(QList<int>, ids);
+    QFETCH(QStringList, withoutNone);
+    QFETCH(QString, names);
+    QFETCH(int, index);
+    for (int &id : ids) {
+        if (id == -1)
+            id = m_none;
+    }
+
+    const auto entry = newEntry();
+    entry->setCategoryIDs(ids);
+    const auto categories = entry->categoriesWithoutNone();
+    QCOMPARE(categories.has_value(), !withoutNone.isEmpty());
+    QStringList got;
+    for (const QFBlogCategoryPtr &category : categories.value_or(QList<QFBlogCategoryPtr>()))
+        got.append(category->categoryName());
+    QCOMPARE(got, withoutNone);
+    QCOMPARE(entry->categoryNames(), names.isNull() ? QString(QLatin1String("")) : names);
+    QCOMPARE(entry->categoryIndex(), index);
+}
+
+void tst_QFBlogEntry::categoryIndexEdits()
+{
+    const auto entry = newEntry();
+    QSignalSpy changes(entry.get(), &QFBlogEntry::categoriesChanged);
+    entry->setCategoryIndex(2);
+    QCOMPARE(entry->categoryIDs(), QList<int>{m_food});
+    entry->setCategoryIndex(4); // out of range: ignored
+    entry->setCategoryIndex(-1);
+    QCOMPARE(entry->categoryIDs(), QList<int>{m_food});
+    entry->addCategoryIndex(3);
+    entry->addCategoryIndex(2); // already there
+    QCOMPARE(entry->categoryIDs(), (QList<int>{m_food, m_music}));
+    QVERIFY(entry->belongsToCategoryIndex(3));
+    QVERIFY(!entry->belongsToCategoryIndex(1));
+    QVERIFY(!entry->belongsToCategoryIndex(4));
+    entry->deleteCategoryIndex(2);
+    QCOMPARE(entry->categoryIDs(), QList<int>{m_music});
+    QCOMPARE(changes.size(), 4);
+
+    QCOMPARE(entry->categoryObjectForCategories(m_plugin->categories())->categoryID(), m_music);
+    entry->setCategoryIndex(0);
+    QVERIFY(!entry->categoryObjectForCategories(m_plugin->categories())); // the None category
+}
+
+void tst_QFBlogEntry::editsReportToThePlugin()
+{
+    const auto entry = newEntry();
+    QSignalSpy changed(m_plugin.get(), &QFTextViewPluginClient::pluginChanged);
+    QSignalSpy dates(m_plugin.get(), &QFBlogPlugin::blogEntryDateChanged);
+
+    entry->setStatus(1);
+    entry->setPodcast(QStringLiteral("/x.mp3"));
+    entry->setEntryString(QStringLiteral("silent"));
+    QCOMPARE(changed.size(), 0);
+
+    entry->setProperty("title", QStringLiteral("New"));
+    entry->setDate(QDateTime()); // not a date: ignored
+    QCOMPARE(changed.size(), 1);
+    entry->setProperty("date", QDate(2010, 1, 2));
+    QCOMPARE(entry->date(), QDateTime(QDate(2010, 1, 2), QTime(0, 0)));
+    QCOMPARE(dates.size(), 1);
+    QCOMPARE(changed.size(), 2);
+
+    const auto tag = QFBlogCustomTag::create();
+    entry->setCustomTags({tag});
+    entry->setCustomTags({tag}); // the same list: no report
+    entry->removeObjectFromCustomTagsAtIndex(0);
+    QCOMPARE(changed.size(), 4);
+}
+
+void tst_QFBlogEntry::clipboardArchiveAttachesToThePlugin()
+{
+    const auto entry = newEntry();
+    entry->setTitle(QStringLiteral("Copied"));
+    entry->setCategoryIDs({m_travel, m_music});
+    const QByteArray data = QFKeyedArchiver::archivedDataWithRootObject(
+        QVariant(QVariantList{QFCodingSupport::variantFromObject(entry)}));
+
+    QFBlogEntry::setPluginForDecoding(m_plugin.get());
+    const QVariantList read = QFKeyedUnarchiver::unarchiveObjectWithData(data).toList();
+    const auto copy = QFCodingSupport::objectOfClass<QFBlogEntry>(read.value(0));
+    QVERIFY(copy);
+    QVERIFY(copy != entry);
+    QCOMPARE(copy->title(), QStringLiteral("Copied"));
+    QCOMPARE(copy->blogPlugin(), m_plugin.get());
+    QCOMPARE(copy->categoryNames(), QStringLiteral("Travel, Music"));
+}
+
+QTEST_GUILESS_MAIN(tst_QFBlogEntry)
+#include "tst_qfblogentry.moc"
