@@ -1,0 +1,1032 @@
+#include "qfblogplugin.h"
+
+#include "blog/generation/qfblogarchiver.h"
+#include "blog/generation/qfblogpluginarchives.h"
+#include "blog/model/qfblogmodel.h"
+#include "blog/model/qfblognotifier.h"
+#include "blog/model/qfcollections.h"
+#include "qfkit/document/qfsitedocument.h"
+#include "qfkit/support/qfalert.h"
+#include "qfkit/support/qfbundle.h"
+#include "qfkit/support/qfexception.h"
+#include "qfkit/support/qflog.h"
+#include "qfkit/support/qfuserdefaults.h"
+#include "qfkit/text/qfstrings.h"
+
+#include <QBuffer>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QMutex>
+#include <QMutexLocker>
+#include <QThread>
+#include <QUuid>
+#include <algorithm>
+
+namespace {
+
+const QString kScratchFolderName = QStringLiteral("QFBlogPlugin");
+const QString kSidebarFileName = QStringLiteral("sidebar-content.html");
+
+struct ClassState
+{
+    QMutex mutex;
+    QFBundle bundle;
+    bool bundleSet = false;
+    QVariantMap rssStrings;
+    QFUserDefaults *defaults = nullptr;
+    std::function<QFBlogUserIdentity()> identityProvider;
+};
+
+ClassState &classState()
+{
+    static ClassState state;
+    return state;
+}
+
+QFBlogUserIdentity currentUserIdentity()
+{
+    ClassState &state = classState();
+    std::function<QFBlogUserIdentity()> provider;
+    {
+        QMutexLocker locker(&state.mutex);
+        provider = state.identityProvider;
+    }
+    return provider ? provider() : QFBlogUserIdentity::fromSystem();
+}
+
+// Null and empty are different values: a setting that was never given is not
+// the same as one set to "".
+bool sameString(const QString &a, const QString &b)
+{
+    return a.isNull() == b.isNull() && a == b;
+}
+
+bool boolParameter(const QVariantMap &params, const QString &key)
+{
+    return QFStrings::boolValue(params.value(key).toString());
+}
+
+QString L(const char *key)
+{
+    return QFBlogPlugin::localizedString(QString::fromLatin1(key));
+}
+
+} // namespace
+
+// ---------------------------------------------------------------- class level
+
+void QFBlogPlugin::load(QFUserDefaults &defaults)
+{
+    defaults.registerDefaults({{QStringLiteral("QFBlogSwitchHaloScanToJSKitOnNoUserName"), false}});
+    QMutexLocker locker(&classState().mutex);
+    classState().defaults = &defaults;
+}
+
+void QFBlogPlugin::initialize(QFUserDefaults &defaults)
+{
+    defaults.registerDefaults({{QStringLiteral("QFBlogDisplayCommentCounts"), true},
+                               {QStringLiteral("EnableUnsupportedBlogEntryCaching"), false}});
+    QMutexLocker locker(&classState().mutex);
+    classState().defaults = &defaults;
+}
+
+QFUserDefaults *QFBlogPlugin::userDefaults()
+{
+    QMutexLocker locker(&classState().mutex);
+    return classState().defaults;
+}
+
+bool QFBlogPlugin::initializeClass(const QFBundle &bundle)
+{
+    ClassState &state = classState();
+    {
+        QMutexLocker locker(&state.mutex);
+        if (state.bundleSet)
+            return false;
+        state.bundle = bundle;
+        state.bundleSet = true;
+    }
+    QFBlogModel::registerCodingClasses();
+    const QVariantMap rss = bundle.propertyListResource(QStringLiteral("rss")).toMap();
+    QMutexLocker locker(&state.mutex);
+    state.rssStrings = rss;
+    return true;
+}
+
+QFBundle QFBlogPlugin::pluginBundle()
+{
+    QMutexLocker locker(&classState().mutex);
+    return classState().bundle;
+}
+
+QString QFBlogPlugin::localizedString(const QString &key)
+{
+    return pluginBundle().localizedString(key);
+}
+
+QVariantMap QFBlogPlugin::rssStringDictionary()
+{
+    QMutexLocker locker(&classState().mutex);
+    return classState().rssStrings;
+}
+
+std::vector<std::unique_ptr<QFBlogPlugin>> QFBlogPlugin::pluginsAvailable()
+{
+    std::vector<std::unique_ptr<QFBlogPlugin>> plugins;
+    plugins.push_back(std::make_unique<QFBlogPlugin>());
+    return plugins;
+}
+
+QStringList QFBlogPlugin::extraFilesNeededInExportFolder()
+{
+    static const char *const names[] = {"rss.gif",        "smiley_smile.png",       "smiley_wink.png",
+                                        "smiley_embarrassed.png", "smiley_laugh.png", "smiley_gasp.png",
+                                        "smiley_footinmouth.png", "smiley_angry.png", "smiley_sad.png"};
+    const QString resources = pluginBundle().resourcePath();
+    QStringList paths;
+    for (const char *name : names)
+        paths.append(QStringLiteral("%1/%2").arg(resources, QString::fromLatin1(name)));
+    return paths;
+}
+
+QString QFBlogPlugin::pluginName()
+{
+    return L("PluginName");
+}
+
+QString QFBlogPlugin::pluginDescription()
+{
+    return L("PluginDescription");
+}
+
+QImage QFBlogPlugin::pluginIcon()
+{
+    const QString path = pluginBundle().pathForResource(QStringLiteral("Icon_Blog_Large"), QStringLiteral("png"));
+    return path.isEmpty() ? QImage() : QImage(path);
+}
+
+QString QFBlogPlugin::pluginAuthor()
+{
+    return QStringLiteral("Quillfen");
+}
+
+void QFBlogPlugin::setUserIdentityProvider(std::function<QFBlogUserIdentity()> provider)
+{
+    QMutexLocker locker(&classState().mutex);
+    classState().identityProvider = std::move(provider);
+}
+
+QString QFBlogPlugin::placeholderEmailAddress()
+{
+    return QStringLiteral("you@example.com");
+}
+
+QString QFBlogPlugin::placeholderSiteURL()
+{
+    return QStringLiteral("http://www.example.com/");
+}
+
+QVariantList QFBlogPlugin::defaultPingSettings()
+{
+    QVariantList settings;
+    settings.reserve(2);
+    settings.append(QVariantMap{{QStringLiteral("name"), QStringLiteral("technorati.com")},
+                                {QStringLiteral("url"), QStringLiteral("http://rpc.technorati.com/rpc/ping")},
+                                {QStringLiteral("rpc"), 1}});
+    settings.append(QVariantMap{{QStringLiteral("name"), QStringLiteral("pingomatic.com")},
+                                {QStringLiteral("url"), QStringLiteral("http://rpc.pingomatic.com/")},
+                                {QStringLiteral("rpc"), 1}});
+    return settings;
+}
+
+std::optional<QString> QFBlogPlugin::identifierForCommentsProviderTag(int tag)
+{
+    switch (tag) {
+    case 0:
+        return QStringLiteral("none");
+    case 1:
+        return QStringLiteral("haloscan");
+    case 2:
+        return QStringLiteral("js-kit");
+    case 3:
+        return QStringLiteral("disqus");
+    default:
+        return std::nullopt;
+    }
+}
+
+QString QFBlogPlugin::shortName()
+{
+    return QStringLiteral("blog");
+}
+
+QStringList QFBlogPlugin::tableKeys()
+{
+    return {QStringLiteral("Blog Entry Sort Descriptors"), QStringLiteral("Categories Sort Descriptors"),
+            QStringLiteral("Tags Sort Descriptors"),       QStringLiteral("RSS Tags Sort Descriptors"),
+            QStringLiteral("Ping Directories Sort Descriptors"),
+            QStringLiteral("Podcast Tags Sort Descriptors")};
+}
+
+// ---------------------------------------------------------------- init
+
+QFBlogPlugin::QFBlogPlugin(QObject *parent)
+    : QFTextViewPluginClient(parent)
+    , m_archives(std::make_unique<QFBlogPluginArchives>(*this))
+{
+    pluginIsInitialisingFlag = true;
+
+    m_commentsSelectedProviderTag = 0;
+    m_commentsUserIdentifiers.clear();
+    _archivePostsPeriod = 0;
+    _archivePostsEnabled = _archivePostsShowGaps = _categoryPostsEnabled = _exportCategoriesAlphabetically = true;
+    _blogEntries.clear();
+
+    const QFBundle bundle = pluginBundle();
+    _languages = bundle.propertyListResource(QStringLiteral("languages")).toMap();
+    _dates = bundle.propertyListResource(QStringLiteral("dates")).toMap();
+
+    // The editor refreshes its selection-dependent controls itself when it
+    // shows the blog; there is no view to refresh here.
+
+    const QFBlogUserIdentity user = currentUserIdentity();
+    setRssCreator(user.emailAddress.isEmpty() ? placeholderEmailAddress() : user.emailAddress);
+
+    setRssHomepage(placeholderSiteURL());
+    setRssTitle(L("MyRSSFeed"));
+    setRssDescription(L("HotNews"));
+    setRssFeedLinkName(L("RSSFeedLinkName"));
+    setRssCommentsLinkName(L("RSSCommentLinkName"));
+
+    setRssCopyright(QStringLiteral("%1 %2 %3").arg(L("Copyright")).arg(now().date().year()).arg(user.fullName));
+    setRssLanguage(L("defaultLanguage"));
+    setLastID(0);
+
+    setDateSeperator1(QStringLiteral("/"));
+    setDateSeperator2(QStringLiteral("/"));
+    setDateSeperator3(QStringLiteral(" "));
+    setDateSeperator4(QStringLiteral(" "));
+    setDefaultDateModifiers();
+
+    setSummarizeEntryRSSCount(1);
+    // The editor's title and content search indexes are created here once
+    // the search index group exists.
+    setChannelCustomTags({});
+    setChannelCustomiTunesTags(QFBlogCustomiTunesTags::tags());
+    setCategoryTitle(L("DefaultCategoryTitle"));
+    setCategorySeparator(L("DefaultCategorySeparator"));
+    setCommentSeparator(L("DefaultCommentSeparator"));
+    setTagsEnabled(true);
+    setTagCloudEnabled(true);
+    setTagsTitle(L("DefaultTagsTitle"));
+    setTagsSeparator(L("DefaultTagsSeparator"));
+
+    QList<QFBlogCategoryPtr> categories;
+    categories.append(QFBlogCategory::noneCategoryWithBlogPlugin(this));
+    const QVariantList names = bundle.propertyListResource(QStringLiteral("categories")).toList();
+    for (const QVariant &name : names) {
+        if (name.typeId() == QMetaType::QString)
+            categories.append(QFBlogCategory::categoryWithName(name.toString(), this));
+    }
+    for (const QFBlogCategoryPtr &category : std::as_const(categories))
+        attachCategory(category);
+    setCategories(categories);
+    fixUpCategoryIDs();
+
+    setGeneratePermalinkPages(true);
+    setEnablePing(false);
+    setPingSettings(defaultPingSettings());
+    cachedKnownTags.removeAllObjects();
+    const QDateTime built = now();
+    setLastBuildDate(built);
+    setLastSavedBuildDate(built);
+    _usePHPForSidebarContent = false;
+
+    pluginIsInitialisingFlag = false;
+    connect(QFBlogNotifier::instance(), &QFBlogNotifier::customTagDidChange, this,
+            &QFBlogPlugin::blogCustomTagDidChange);
+}
+
+QFBlogPlugin::~QFBlogPlugin()
+{
+    // Posts and categories may be held elsewhere (an undo command, the
+    // clipboard); they must not reach back into a plugin that is gone.
+    // Undo commands of the blog hold the plugin weakly and do nothing once it
+    // is gone, so the document's undo stack needs no cleaning here.
+    for (const QFBlogEntryPtr &entry : std::as_const(_blogEntries))
+        entry->setBlogPlugin(nullptr);
+    for (const QFBlogCategoryPtr &category : std::as_const(_categories))
+        category->setBlogPlugin(nullptr);
+}
+
+void QFBlogPlugin::attachCategory(const QFBlogCategoryPtr &category)
+{
+    category->setBlogPlugin(this);
+    category->addCategoryObserver(this);
+}
+
+// ---------------------------------------------------------------- host
+
+void QFBlogPlugin::setDocument(QFSiteDocument *document)
+{
+    QFTextViewPluginClient::setDocument(document);
+    const QString path = documentPath();
+    if (path.isEmpty())
+        return;
+    for (const QFBlogEntryPtr &entry : std::as_const(_blogEntries))
+        entry->updatePodcastReferenceRelativeTo(path);
+}
+
+void QFBlogPlugin::documentWasLoaded()
+{
+    setPluginIsInitialising(true);
+    const QString path = documentPath();
+    bool changed = false;
+    for (const QFBlogEntryPtr &entry : std::as_const(_blogEntries)) {
+        const QString before = entry->podcast();
+        if (before.isEmpty() || QFileInfo::exists(before) || !entry->podcastReference())
+            continue;
+        // The media moved with the document: find the file through the
+        // reference kept relative to the document.
+        const QString resolved = entry->podcastReference()->resolveRelativeTo(path);
+        if (!resolved.isEmpty() && resolved != before) {
+            entry->setPodcast(resolved);
+            changed = true;
+        }
+    }
+    _postIDWasChanged = _postIDWasChanged || changed;
+    // Deliberately while still initialising: a load-time repair is not an
+    // edit, and lastBuildDate keeps its stored value.
+    if (_postIDWasChanged)
+        broadcastPluginChanged();
+    emit blogEntriesAboutToChange();
+    emit blogEntriesChanged();
+    setPluginIsInitialising(false);
+}
+
+std::optional<QString> QFBlogPlugin::overrideFileExtension() const
+{
+    if (_usePHPForSidebarContent)
+        return QStringLiteral("php");
+    return std::nullopt;
+}
+
+void QFBlogPlugin::broadcastPluginChanged()
+{
+    if (pluginIsInitialisingFlag)
+        return;
+    setLastBuildDate(now());
+    QFTextViewPluginClient::broadcastPluginChanged();
+}
+
+QFBlogPluginArchives &QFBlogPlugin::archives() const
+{
+    return *m_archives;
+}
+
+// ---------------------------------------------------------------- export
+
+QString QFBlogPlugin::temporaryFilesDirectory()
+{
+    return tempFilesDirectory(kScratchFolderName);
+}
+
+QString QFBlogPlugin::contentHTML(const QVariantMap &params)
+{
+    _exportCancelled = false;
+    if (_blogEntries.isEmpty())
+        return QString(QLatin1String(""));
+    createFolder(temporaryFilesDirectory(), true);
+
+    QString result(QLatin1String(""));
+    // The HaloScan loader script is appended first here when HaloScan is in
+    // use, once the code generation group exists.
+    const QList<QFBlogEntryPtr> posts = mainPagePosts();
+    for (qsizetype i = 0; i < posts.size() && !_exportCancelled; ++i) {
+        // Each post's HTML is appended here once the code generation group
+        // exists: emitBlogEntryHTML with the "plugincommonpath" parameter,
+        // depth correction 0, front page, page type 0.
+    }
+    // Then the JS-Kit loader, or the Disqus comment counter, once the code
+    // generation group exists.
+    return result;
+}
+
+QString QFBlogPlugin::sidebarHTML(const QVariantMap &params)
+{
+    if (_usePHPForSidebarContent && boolParameter(params, QStringLiteral("subpage")))
+        return QStringLiteral("<?php include(\"sidebar-content.html\"); ?>");
+    return staticSidebarHTML(params);
+}
+
+QString QFBlogPlugin::staticSidebarHTML(const QVariantMap &params)
+{
+    // The categories, tag cloud, archive, feed and comments sections come from
+    // the sidebar generator; until it exists the sidebar has no sections.
+    return QString(QLatin1String(""));
+}
+
+QList<QFExportItem> QFBlogPlugin::extraFilesNeededInExportFolder(const QVariantMap &params)
+{
+    _exportCancelled = false;
+    if (_blogEntries.isEmpty())
+        return {};
+
+    _numberOfExportErrors = 0;
+    _exportErrorsString.clear();
+    QList<QFExportItem> result;
+
+    const bool contentOnly = boolParameter(params, QStringLiteral("contentonlysubpages"));
+    const bool preview = params.value(QStringLiteral("mode")).toString() == QLatin1String("preview");
+    QString commonPath = QStringLiteral("../files");
+    if (params.contains(QStringLiteral("plugincommonpath"))) {
+        commonPath = params.value(QStringLiteral("plugincommonpath")).toString();
+        if (boolParameter(params, QStringLiteral("commonpathsrelative")))
+            commonPath = QStringLiteral("../%1").arg(commonPath);
+    }
+    _designatedFilename = params.value(QStringLiteral("name")).toString();
+    _designatedTitle = params.value(QStringLiteral("title")).toString();
+    Q_UNUSED(contentOnly);
+    Q_UNUSED(commonPath);
+
+    const QString directory = temporaryFilesDirectory();
+    createFolder(directory, false);
+    // The archive table and the category lists of this export are computed
+    // here (archives and categories groups) once those groups exist.
+
+    if (!preview) {
+        if (_archivePostsEnabled) {
+            emit exportStageStarted(ExportStage::Archives);
+            // Archive pages: one per period except the most recent one (that
+            // is the main page) unless showAtLeastPosts; content-only pages
+            // become sub-pages named by their archive file name. Written once
+            // the archives group can emit pages.
+        }
+        if (_exportCancelled)
+            return {};
+        if (_categoryPostsEnabled) {
+            emit exportStageStarted(ExportStage::Categories);
+            // Category pages (categories group), once it exists.
+        }
+        if (_exportCancelled)
+            return {};
+        if (_tagsEnabled) {
+            emit exportStageStarted(ExportStage::Tags);
+            // Tag pages (tags emission group), once it exists.
+        }
+        if (_exportCancelled)
+            return {};
+        if (_generatePermalinkPages) {
+            emit exportStageStarted(ExportStage::Permalinks);
+            // Permalink pages (permalinks group), once it exists.
+        }
+        if (_exportCancelled)
+            return {};
+        if (_enableRSS) {
+            emit exportStageStarted(ExportStage::Feed);
+            // The feed text (feed group) is written here as UTF-8 under the
+            // feed's file name once that group exists.
+            if (_enableCustomiTunesTags) {
+                if (_channelCustomiTunesTags)
+                    exportPodcastImageData(_channelCustomiTunesTags->imageData(),
+                                           QStringLiteral("podcast_channel.png"));
+                for (const QFBlogEntryPtr &entry : std::as_const(_blogEntries)) {
+                    if (!entry->isDraft() && entry->itunesTags())
+                        exportPodcastImageData(entry->itunesTags()->imageData(), entry->podcastImageName());
+                }
+            }
+        }
+    }
+
+    if (!_exportCancelled && _usePHPForSidebarContent) {
+        const QString sidebarPath = directory + QLatin1Char('/') + kSidebarFileName;
+        if (!QFileInfo::exists(sidebarPath)) {
+            emit exportStageStarted(ExportStage::Sidebar);
+            QVariantMap subpageParams = params;
+            subpageParams.insert(QStringLiteral("subpage"), QStringLiteral("YES"));
+            QFile file(sidebarPath);
+            // Like every generated page, written as it comes; a failed write
+            // leaves the sidebar out of this export.
+            if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+                file.write(QFStrings::dataUsingHTMLEscapes(staticSidebarHTML(subpageParams), QStringLiteral("us-ascii")));
+        }
+    }
+
+    if (_numberOfExportErrors != 0) {
+        const unsigned count = _numberOfExportErrors;
+        const QString errors = _exportErrorsString;
+        QMetaObject::invokeMethod(this, [this, count, errors] { showExportErrors(count, errors); },
+                                  Qt::QueuedConnection);
+    }
+
+    result.append(directoryContents(directory));
+    return result;
+}
+
+void QFBlogPlugin::cancelExport()
+{
+    _exportCancelled = true;
+}
+
+bool QFBlogPlugin::exportCancelled() const
+{
+    return _exportCancelled;
+}
+
+void QFBlogPlugin::createFolder(const QString &path, bool purge)
+{
+    if (path.isEmpty())
+        return;
+    QDir dir(path);
+    if (!dir.exists())
+        QDir().mkpath(path);
+    if (!purge)
+        return;
+    const QFileInfoList entries =
+        dir.entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    for (auto it = entries.crbegin(); it != entries.crend(); ++it) {
+        if (it->isDir() && !it->isSymLink())
+            QDir(it->absoluteFilePath()).removeRecursively();
+        else
+            QFile::remove(it->absoluteFilePath());
+    }
+}
+
+void QFBlogPlugin::exportPodcastImageData(const QByteArray &data, const QString &fileName)
+{
+    if (data.isEmpty())
+        return;
+    const auto fail = [] {
+        return QFException(QStringLiteral("Failed to write podcast image"), L("CouldNotWritePodcastImage"));
+    };
+    // Only the last component: a name from a document must not lead out of
+    // the export folder.
+    const QString name = QFileInfo(fileName).fileName();
+    if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String(".."))
+        throw fail();
+    const QImage image = QImage::fromData(data);
+    if (image.isNull())
+        throw fail();
+    QByteArray png;
+    QBuffer buffer(&png);
+    buffer.open(QIODevice::WriteOnly);
+    if (!image.save(&buffer, "PNG"))
+        throw fail();
+    const QString directory = temporaryFilesDirectory();
+    if (directory.isEmpty())
+        throw fail();
+    QFile file(directory + QLatin1Char('/') + name);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(png) != png.size())
+        throw fail();
+}
+
+void QFBlogPlugin::addExportError(const QString &text)
+{
+    ++_numberOfExportErrors;
+    _exportErrorsString.append(text);
+}
+
+unsigned QFBlogPlugin::numberOfExportErrors() const
+{
+    return _numberOfExportErrors;
+}
+
+QString QFBlogPlugin::exportErrorsString() const
+{
+    return _exportErrorsString;
+}
+
+void QFBlogPlugin::reportExportErrorsOnMainThread()
+{
+    const unsigned count = _numberOfExportErrors;
+    const QString errors = _exportErrorsString;
+    QCoreApplication *app = QCoreApplication::instance();
+    if (app && QThread::currentThread() != app->thread()) {
+        QMetaObject::invokeMethod(this, [this, count, errors] { showExportErrors(count, errors); },
+                                  Qt::QueuedConnection);
+        return;
+    }
+    showExportErrors(count, errors);
+}
+
+void QFBlogPlugin::showExportErrors(unsigned count, const QString &errors)
+{
+    const QString title = L("BlogExportErrorsAlertTitle");
+    const QString message = count == 1 ? L("BlogExportErrorsAlertOneErrorMessageFormatString").arg(errors)
+                                       : L("BlogExportErrorsAlertMultipleErrorsMessageFormatString")
+                                             .arg(QString::number(count), errors);
+    QFAlert::runInfoAlert(title, message.trimmed());
+}
+
+QList<QFBlogEntryPtr> QFBlogPlugin::mainPagePosts() const
+{
+    QList<QFBlogEntryPtr> sorted = _blogEntries;
+    std::stable_sort(sorted.begin(), sorted.end(), &QFBlogEntry::newerFirst);
+
+    std::unique_ptr<QFBlogArchiver> archiver;
+    QDateTime mostRecentBucket;
+    int limit = 0;
+    if (_archivePostsEnabled) {
+        archiver = m_archives->currentArchiver();
+        mostRecentBucket = m_archives->mostRecentPostBucket();
+        limit = _showAtLeastPosts ? _showPostLimit : 0;
+    }
+    // With archives off there is no limit: the main page holds every
+    // published post, whatever showPostLimit says.
+
+    QList<QFBlogEntryPtr> posts;
+    int published = 0;
+    for (const QFBlogEntryPtr &entry : std::as_const(sorted)) {
+        if (entry->isDraft())
+            continue;
+        if (limit > 0) {
+            if (++published > limit)
+                break;
+            posts.append(entry);
+        } else if (archiver) {
+            if (archiver->bucketFromDate(entry->date()) == mostRecentBucket)
+                posts.append(entry);
+        } else {
+            posts.append(entry);
+        }
+    }
+    return posts;
+}
+
+std::optional<QString> QFBlogPlugin::guid() const
+{
+    const QUuid uuid = QUuid::createUuid();
+    const QString text = uuid.toString(QUuid::WithoutBraces).toUpper();
+    if (uuid.isNull() || text.isEmpty()) {
+        qfLog(QStringLiteral("-[guid] returning nil !"));
+        return std::nullopt;
+    }
+    return QString::fromLatin1(QFStrings::md5Checksum(text).toHex());
+}
+
+int QFBlogPlugin::nextID()
+{
+    const int id = _lastID;
+    setLastID(id + 1);
+    return id;
+}
+
+// ---------------------------------------------------------------- posts, categories, tags
+
+const QList<QFBlogEntryPtr> &QFBlogPlugin::posts() const
+{
+    return _blogEntries;
+}
+
+void QFBlogPlugin::insertBlogEntry(const QFBlogEntryPtr &entry, qsizetype index)
+{
+    if (!entry)
+        return;
+    entry->setBlogPlugin(this);
+    emit blogEntriesAboutToChange();
+    if (index < 0 || index > _blogEntries.size())
+        _blogEntries.append(entry);
+    else
+        _blogEntries.insert(index, entry);
+    emit blogEntriesChanged();
+}
+
+void QFBlogPlugin::blogEntryChangedDate(QFBlogEntry *entry, const QDateTime &date)
+{
+    if (pluginIsInitialisingFlag)
+        return;
+    emit blogEntryDateChanged(entry);
+}
+
+const QList<QFBlogCategoryPtr> &QFBlogPlugin::categories() const
+{
+    return _categories;
+}
+
+void QFBlogPlugin::setCategories(const QList<QFBlogCategoryPtr> &categories)
+{
+    if (categories.isSharedWith(_categories))
+        return;
+    emit categoriesAboutToChange();
+    const QList<QFBlogCategoryPtr> unique = QFCollections::arrayWithoutDuplicateElements(
+        categories, [](const QFBlogCategoryPtr &a, const QFBlogCategoryPtr &b) {
+            return a == b || (a && b && a->isEqual(*b));
+        });
+    // Keep the very list given when nothing was dropped, so handing it back
+    // is recognised as no change.
+    _categories = unique.size() == categories.size() ? categories : unique;
+    for (const QFBlogCategoryPtr &category : std::as_const(_categories)) {
+        if (category && category->blogPlugin() != this)
+            attachCategory(category);
+    }
+    emit categoriesChanged();
+    broadcastPluginChanged();
+}
+
+int QFBlogPlugin::nextCategoryID() const
+{
+    int largest = 0;
+    for (const QFBlogCategoryPtr &category : _categories)
+        largest = std::max(largest, category->categoryID());
+    return largest + 1;
+}
+
+bool QFBlogPlugin::fixUpCategoryIDs()
+{
+    bool changed = false;
+    for (const QFBlogCategoryPtr &category : std::as_const(_categories)) {
+        if (category->categoryID() == 0) {
+            category->setCategoryID(nextCategoryID());
+            changed = true;
+        }
+    }
+    return changed;
+}
+
+void QFBlogPlugin::addTag(const QFBlogTag &tag)
+{
+    emit knownTagsAboutToChange();
+    cachedKnownTags.addObject(QVariant::fromValue(tag));
+    emit knownTagsChanged();
+    broadcastPluginChanged();
+}
+
+void QFBlogPlugin::removeTag(const QFBlogTag &tag)
+{
+    emit knownTagsAboutToChange();
+    cachedKnownTags.removeObject(QVariant::fromValue(tag));
+    emit knownTagsChanged();
+    broadcastPluginChanged();
+}
+
+const QFCountedSet &QFBlogPlugin::knownTags() const
+{
+    return cachedKnownTags;
+}
+
+QVariantList QFBlogPlugin::knownTagsArray() const
+{
+    QVariantList array;
+    array.reserve(cachedKnownTags.count());
+    for (const QVariant &object : cachedKnownTags.objects()) {
+        array.append(QVariantMap{{QStringLiteral("name"), object.value<QFBlogTag>().tagName()},
+                                 {QStringLiteral("count"), uint(cachedKnownTags.countForObject(object))}});
+    }
+    return array;
+}
+
+QFCountedSet QFBlogPlugin::tagsForEnabledBlogEntries() const
+{
+    QFCountedSet tags;
+    for (const QFBlogEntryPtr &entry : _blogEntries) {
+        if (entry->status() != 1 || !entry->tags())
+            continue;
+        for (const QFBlogTag &tag : *entry->tags())
+            tags.addObject(QVariant::fromValue(tag));
+    }
+    return tags;
+}
+
+void QFBlogPlugin::setDefaultDateModifiers()
+{
+    setDateModifier1(L("datemod1"));
+    setDateModifier2(L("datemod2"));
+    setDateModifier3(L("datemod3"));
+    setDateModifier4(L("datemod4"));
+}
+
+void QFBlogPlugin::blogCustomTagDidChange(QObject *object)
+{
+    // The editor shows its notice about podcast images itself when it sees
+    // the same notification.
+    if (!object)
+        return;
+    for (const QFBlogEntryPtr &entry : std::as_const(_blogEntries)) {
+        for (const QFBlogCustomTagPtr &tag : entry->customTags()) {
+            if (tag.get() == object) {
+                broadcastPluginChanged();
+                return;
+            }
+        }
+    }
+}
+
+// ---------------------------------------------------------------- comments account
+
+QFBlogCommentsAccountFields QFBlogPlugin::commentsAccountFields() const
+{
+    static const char *const labels[] = {"ProviderLabelNone", "ProviderLabelHaloscan", "ProviderLabelJSKit",
+                                         "ProviderLabelDisqus"};
+    QFBlogCommentsAccountFields fields;
+    const int tag = m_commentsSelectedProviderTag;
+    fields.visible = tag == 1 || tag == 3;
+    if (tag >= 0 && tag <= 3)
+        fields.labelText = L(labels[tag]) + QLatin1Char(':');
+    fields.fieldText = QString(QLatin1String(""));
+    if (const std::optional<QString> identifier = identifierForCommentsProviderTag(tag)) {
+        const QVariant account = m_commentsUserIdentifiers.value(*identifier);
+        if (account.typeId() == QMetaType::QString)
+            fields.fieldText = account.toString();
+    }
+    return fields;
+}
+
+void QFBlogPlugin::actionSelectCommentProvider(int tag)
+{
+    setCommentsSelectedProviderTag(tag);
+    broadcastPluginChanged();
+}
+
+void QFBlogPlugin::commentsAccountTextDidChange(const QString &text)
+{
+    if (const std::optional<QString> identifier = identifierForCommentsProviderTag(m_commentsSelectedProviderTag)) {
+        if (text.isEmpty())
+            m_commentsUserIdentifiers.remove(*identifier);
+        else
+            m_commentsUserIdentifiers.insert(*identifier, text);
+    }
+    broadcastPluginChanged();
+}
+
+// ---------------------------------------------------------------- setters
+
+void QFBlogPlugin::setStringComparing(QString &field, const QString &value)
+{
+    if (sameString(field, value))
+        return;
+    field = value;
+    broadcastPluginChanged();
+}
+
+void QFBlogPlugin::setBoolComparing(bool &field, bool value)
+{
+    if (field == value)
+        return;
+    field = value;
+    broadcastPluginChanged();
+}
+
+void QFBlogPlugin::setIntComparing(int &field, int value)
+{
+    if (field == value)
+        return;
+    field = value;
+    broadcastPluginChanged();
+}
+
+void QFBlogPlugin::setStringAlways(QString &field, const QString &value)
+{
+    field = value;
+    broadcastPluginChanged();
+}
+
+void QFBlogPlugin::setRssLanguage(const QString &value) { setStringComparing(_rssLanguage, value); }
+void QFBlogPlugin::setRssHomepage(const QString &value) { setStringComparing(_rssHomepage, value); }
+void QFBlogPlugin::setRssDescription(const QString &value) { setStringComparing(_rssDescription, value); }
+void QFBlogPlugin::setRssCreator(const QString &value) { setStringComparing(_rssCreator, value); }
+void QFBlogPlugin::setRssCopyright(const QString &value) { setStringComparing(_rssCopyright, value); }
+void QFBlogPlugin::setRssTitle(const QString &value) { setStringComparing(_rssTitle, value); }
+void QFBlogPlugin::setRssFeedLinkName(const QString &value) { setStringAlways(_rssFeedLinkName, value); }
+void QFBlogPlugin::setRssCommentsLinkName(const QString &value) { setStringAlways(_rssCommentsLinkName, value); }
+void QFBlogPlugin::setRssCustomFeedFilename(const QString &value) { setStringAlways(_rssCustomFeedFilename, value); }
+void QFBlogPlugin::setRssCustomFeedURL(const QString &value) { setStringAlways(_rssCustomFeedURL, value); }
+void QFBlogPlugin::setEnableRSS(bool value) { setBoolComparing(_enableRSS, value); }
+void QFBlogPlugin::setEnableCustomRSSURL(bool value) { setBoolComparing(_enableCustomRSSURL, value); }
+void QFBlogPlugin::setGenerateRssEntriesForMainPageOnly(bool value)
+{
+    setBoolComparing(_generateRssEntriesForMainPageOnly, value);
+}
+void QFBlogPlugin::setSummarizeEntryRSS(bool value) { setBoolComparing(_summarizeEntryRSS, value); }
+void QFBlogPlugin::setSummarizeEntryRSSCount(int value) { setIntComparing(_summarizeEntryRSSCount, value); }
+void QFBlogPlugin::setEnablePodcasting(bool value) { _enablePodcasting = value; }
+void QFBlogPlugin::setEnableCustomiTunesTags(bool value) { setBoolComparing(_enableCustomiTunesTags, value); }
+
+void QFBlogPlugin::setChannelCustomTags(const QList<QFBlogCustomTagPtr> &value)
+{
+    if (value.isSharedWith(_channelCustomTags))
+        return;
+    _channelCustomTags = value;
+    broadcastPluginChanged();
+}
+
+void QFBlogPlugin::setChannelCustomiTunesTags(const QFBlogCustomiTunesTagsPtr &value)
+{
+    if (value == _channelCustomiTunesTags)
+        return;
+    _channelCustomiTunesTags = value;
+    broadcastPluginChanged();
+}
+
+void QFBlogPlugin::setLastID(int value) { setIntComparing(_lastID, value); }
+void QFBlogPlugin::setDateSeperator1(const QString &value) { setStringComparing(_dateSeperator1, value); }
+void QFBlogPlugin::setDateSeperator2(const QString &value) { setStringComparing(_dateSeperator2, value); }
+void QFBlogPlugin::setDateSeperator3(const QString &value) { setStringComparing(_dateSeperator3, value); }
+void QFBlogPlugin::setDateSeperator4(const QString &value) { setStringComparing(_dateSeperator4, value); }
+void QFBlogPlugin::setDateModifier1(const QString &value) { setStringComparing(_dateModifier1, value); }
+void QFBlogPlugin::setDateModifier2(const QString &value) { setStringComparing(_dateModifier2, value); }
+void QFBlogPlugin::setDateModifier3(const QString &value) { setStringComparing(_dateModifier3, value); }
+void QFBlogPlugin::setDateModifier4(const QString &value) { setStringComparing(_dateModifier4, value); }
+void QFBlogPlugin::setLocalizeDate(const QString &value) { setStringComparing(_localizeDate, value); }
+
+void QFBlogPlugin::setEnableComments(bool value) { setBoolComparing(_enableComments, value); }
+void QFBlogPlugin::setEnableCommentsInline(bool value) { setBoolComparing(_enableCommentsInline, value); }
+void QFBlogPlugin::setCommentsSelectedProviderTag(int value) { m_commentsSelectedProviderTag = value; }
+
+void QFBlogPlugin::setCommentsUserIdentifiers(const QVariantMap &value)
+{
+    if (value == m_commentsUserIdentifiers)
+        return;
+    m_commentsUserIdentifiers = value;
+    broadcastPluginChanged();
+}
+
+void QFBlogPlugin::setCommentSeparator(const QString &value) { setStringComparing(_commentSeparator, value); }
+
+void QFBlogPlugin::setArchivePostsEnabled(bool value) { setBoolComparing(_archivePostsEnabled, value); }
+void QFBlogPlugin::setArchivePostsShowGaps(bool value) { setBoolComparing(_archivePostsShowGaps, value); }
+void QFBlogPlugin::setArchivePostsPeriod(int value) { setIntComparing(_archivePostsPeriod, value); }
+
+QString QFBlogPlugin::archivePostsPeriodString() const
+{
+    switch (_archivePostsPeriod) {
+    case 0:
+        return QStringLiteral("Week");
+    case 1:
+        return QStringLiteral("Month");
+    case 2:
+        return QStringLiteral("Year");
+    default:
+        return QString(QLatin1String(""));
+    }
+}
+
+void QFBlogPlugin::setArchivePostsPeriodString(const QString &value)
+{
+    // Whatever the text names, months are chosen: older documents stored
+    // this text, and months are what it always selected.
+    setIntComparing(_archivePostsPeriod, 1);
+}
+
+void QFBlogPlugin::setShowAtLeastPosts(bool value) { setBoolComparing(_showAtLeastPosts, value); }
+void QFBlogPlugin::setShowPostLimit(int value) { setIntComparing(_showPostLimit, value); }
+void QFBlogPlugin::setGeneratePermalinkPages(bool value) { setBoolComparing(_generatePermalinkPages, value); }
+void QFBlogPlugin::setPermalinkLinkName(const QString &value) { setStringComparing(_permalinkLinkName, value); }
+void QFBlogPlugin::setReadMoreLinkName(const QString &value) { setStringComparing(_readMoreLinkName, value); }
+void QFBlogPlugin::setPrependSummaryToPost(bool value) { setBoolComparing(_prependSummaryToPost, value); }
+void QFBlogPlugin::setEnableSmileys(bool value) { setBoolComparing(_enableSmileys, value); }
+void QFBlogPlugin::setUsePHPForSidebarContent(bool value) { setBoolComparing(_usePHPForSidebarContent, value); }
+
+QVariantList QFBlogPlugin::sidebarControl() const
+{
+    return _sidebarControl ? *_sidebarControl : defaultSidebarControl();
+}
+
+void QFBlogPlugin::setSidebarControl(const QVariantList &value)
+{
+    if (_sidebarControl && value.isSharedWith(*_sidebarControl))
+        return;
+    _sidebarControl = value;
+    broadcastPluginChanged();
+}
+
+QVariantList QFBlogPlugin::defaultSidebarControl()
+{
+    QVariantList control;
+    for (const char *name : {"Categories", "Archives", "Tags", "RSS Link", "Comments Link"})
+        control.append(QVariantMap{{QStringLiteral("name"), QString::fromLatin1(name)},
+                                   {QStringLiteral("enabled"), true}});
+    return control;
+}
+
+QString QFBlogPlugin::sidebarSeparator() const
+{
+    return _sidebarSeparator.isNull() ? QString(QLatin1String("")) : _sidebarSeparator;
+}
+
+void QFBlogPlugin::setSidebarSeparator(const QString &value) { setStringComparing(_sidebarSeparator, value); }
+
+void QFBlogPlugin::setCategoryPostsEnabled(bool value) { setBoolComparing(_categoryPostsEnabled, value); }
+void QFBlogPlugin::setExportCategoriesAlphabetically(bool value)
+{
+    setBoolComparing(_exportCategoriesAlphabetically, value);
+}
+void QFBlogPlugin::setShowCategoryPostCounts(bool value) { setBoolComparing(_showCategoryPostCounts, value); }
+void QFBlogPlugin::setCategoryTitle(const QString &value) { setStringComparing(_categoryTitle, value); }
+void QFBlogPlugin::setCategorySeparator(const QString &value) { setStringComparing(_categorySeparator, value); }
+void QFBlogPlugin::setTagsEnabled(bool value) { setBoolComparing(_tagsEnabled, value); }
+void QFBlogPlugin::setTagCloudEnabled(bool value) { setBoolComparing(_tagCloudEnabled, value); }
+void QFBlogPlugin::setShowPostCountsForTags(bool value) { _showPostCountsForTags = value; }
+void QFBlogPlugin::setTagsTitle(const QString &value) { setStringComparing(_tagsTitle, value); }
+void QFBlogPlugin::setTagsSeparator(const QString &value) { setStringComparing(_tagsSeparator, value); }
+
+void QFBlogPlugin::setEnablePing(bool value) { setBoolComparing(_enablePing, value); }
+void QFBlogPlugin::setPingSettings(const QVariantList &value) { _pingSettings = value; }
+void QFBlogPlugin::setLastBuildDate(const QDateTime &value) { lastBuildDateValue = value; }
+void QFBlogPlugin::setLastSavedBuildDate(const QDateTime &value) { lastSavedBuildDateValue = value; }
+
+void QFBlogPlugin::setShouldUpdateSearchIndexes(bool value) { _shouldUpdateSearchIndexes = value; }
+void QFBlogPlugin::setPluginIsInitialising(bool value) { pluginIsInitialisingFlag = value; }
+void QFBlogPlugin::setPostIDWasChanged(bool value) { _postIDWasChanged = value; }
+void QFBlogPlugin::setLocalizeCheckBoxState(bool value) { _localizeCheckBoxState = value; }
