@@ -1,0 +1,536 @@
+#include "qfsitecrashdocument.h"
+
+#include "qfkit/document/qfsitedocumentformat.h"
+#include "qfkit/document/qfsitedocumentreader.h"
+#include "qfkit/document/qfsitedocumentwriter.h"
+#include "qfkit/support/qfexception.h"
+
+#include <QDateTime>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QThread>
+
+#include <sqlite3.h>
+
+#include <functional>
+#include <limits>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+// Changes a saved document in place, or puts something else at its path.
+using Damage = std::function<void(const QString &path)>;
+
+// Marks the bytes of one archive, so a test can find them inside the file.
+const QByteArray ArchiveMarker = QByteArrayLiteral("<<archive of the news page>>");
+
+QFStoredPage page(const QString &uniqueID, qint64 order, const QByteArray &archive)
+{
+    QFStoredPage page;
+    page.uniqueID = uniqueID;
+    page.order = order;
+    page.fileName = uniqueID + QStringLiteral(".html");
+    page.title = QStringLiteral("Title of ") + uniqueID;
+    page.pluginName = QStringLiteral("Blog");
+    page.archive = archive;
+    return page;
+}
+
+QFSiteDocumentData sampleData()
+{
+    QFSiteDocumentData data;
+    data.properties.insert(QStringLiteral("siteTitle"), QStringLiteral("Kitchen Garden"));
+    data.properties.insert(QStringLiteral("siteBaseURL"), QStringLiteral("https://garden.example/"));
+    data.properties.insert(QStringLiteral("commonFileConsolidationMode"), 0);
+    data.pages.append(page(QStringLiteral("home"), 0, QByteArrayLiteral("QFAR\x01\xf6")));
+    data.pages.append(page(QStringLiteral("news"), 1, ArchiveMarker + QByteArray(256 * 1024, 'n')));
+    return data;
+}
+
+QByteArray contents(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return file.readAll();
+}
+
+void replace(const QString &path, const QByteArray &bytes)
+{
+    QFile::remove(path);
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
+
+void overwrite(const QString &path, qint64 offset, const QByteArray &bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QVERIFY(file.seek(offset));
+    file.write(bytes);
+}
+
+void truncateTo(const QString &path, qint64 size)
+{
+    QVERIFY(QFile::resize(path, size));
+}
+
+// Runs SQL on a database file with SQLite directly, as another program would.
+void runSQL(const QString &path, const char *sql)
+{
+    sqlite3 *db = nullptr;
+    QCOMPARE(sqlite3_open(QFile::encodeName(path).constData(), &db), SQLITE_OK);
+    char *error = nullptr;
+    const int rc = sqlite3_exec(db, sql, nullptr, nullptr, &error);
+    const QString message = QString::fromUtf8(error ? error : "");
+    sqlite3_free(error);
+    sqlite3_close(db);
+    QVERIFY2(rc == SQLITE_OK, qPrintable(message));
+}
+
+QStringList filesIn(const QString &folder)
+{
+    return QDir(folder).entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot | QDir::System | QDir::Hidden);
+}
+
+std::optional<int> generationAt(const QString &path)
+{
+    return QFSiteCrashDocument::generationOf(QFSiteDocumentReader().open(path));
+}
+
+// The next line the process prints that starts with prefix; empty when it
+// ends or a minute passes without one.
+QByteArray waitForLine(QProcess &process, const QByteArray &prefix)
+{
+    QDeadlineTimer deadline(60000);
+    for (;;) {
+        while (process.canReadLine()) {
+            const QByteArray line = process.readLine().trimmed();
+            if (line.startsWith(prefix))
+                return line;
+        }
+        if (deadline.hasExpired() || !process.waitForReadyRead(int(deadline.remainingTime())))
+            return {};
+    }
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Damage)
+Q_DECLARE_METATYPE(QFSiteDocumentData)
+
+class tst_QFSiteDocumentFile : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void propertyRoundTrips_data();
+    void propertyRoundTrips();
+    void pagesRoundTripInOrder();
+    void savingAgainReplacesTheDocument();
+    void staleTemporaryFilesDoNotBreakSaving();
+    void savingThroughSymbolicLinkKeepsTheLink();
+    void badFileIsRefused_data();
+    void badFileIsRefused();
+    void failedSaveKeepsTheOldDocument_data();
+    void failedSaveKeepsTheOldDocument();
+    void killedSaveLeavesAWholeDocument_data();
+    void killedSaveLeavesAWholeDocument();
+
+private:
+    QString documentPath(const QTemporaryDir &dir) const { return dir.filePath(QStringLiteral("site.qfsite")); }
+};
+
+void tst_QFSiteDocumentFile::propertyRoundTrips_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<QVariant>("expected");
+
+    const QVariant nil;
+    const QByteArray bytes("\x00\x01\x00\xff", 4);
+    QTest::newRow("text") << QVariant(QStringLiteral("Kitchen Garden")) << QVariant(QStringLiteral("Kitchen Garden"));
+    QTest::newRow("text beyond Latin-1") << QVariant(QString::fromUtf8("G\xc3\xa4rten \xe2\x98\x95 \xf0\x9f\x8c\xb1"))
+                                         << QVariant(QString::fromUtf8("G\xc3\xa4rten \xe2\x98\x95 \xf0\x9f\x8c\xb1"));
+    QTest::newRow("empty text stays text") << QVariant(QStringLiteral("")) << QVariant(QStringLiteral(""));
+    QTest::newRow("null text is nil") << QVariant(QString()) << nil;
+    QTest::newRow("nil") << nil << nil;
+    QTest::newRow("small integer") << QVariant(2) << QVariant(qint64(2));
+    QTest::newRow("largest integer") << QVariant(std::numeric_limits<qint64>::max())
+                                     << QVariant(std::numeric_limits<qint64>::max());
+    QTest::newRow("negative integer") << QVariant(qint64(-40)) << QVariant(qint64(-40));
+    QTest::newRow("floating point") << QVariant(0.1) << QVariant(0.1);
+    QTest::newRow("bool as integer") << QVariant(true) << QVariant(qint64(1));
+    QTest::newRow("bytes with zero bytes") << QVariant(bytes) << QVariant(bytes);
+}
+
+void tst_QFSiteDocumentFile::propertyRoundTrips()
+{
+    QFETCH(QVariant, value);
+    QFETCH(QVariant, expected);
+
+    QTemporaryDir dir;
+    QFSiteDocumentData data = sampleData();
+    data.properties.insert(QStringLiteral("theme"), value);
+    QFSiteDocumentWriter().save(data, documentPath(dir));
+
+    const QFSiteDocumentData read = QFSiteDocumentReader().open(documentPath(dir));
+    QVERIFY(read.properties.contains(QStringLiteral("theme")));
+    const QVariant stored = read.properties.value(QStringLiteral("theme"));
+    QCOMPARE(stored.typeId(), expected.typeId());
+    QCOMPARE(stored, expected);
+    if (expected.typeId() == QMetaType::QString)
+        QCOMPARE(stored.toString().isNull(), false);
+    QCOMPARE(read.properties.value(QStringLiteral("siteTitle")), QVariant(QStringLiteral("Kitchen Garden")));
+}
+
+void tst_QFSiteDocumentFile::pagesRoundTripInOrder()
+{
+    QTemporaryDir dir;
+    QByteArray large(10 * 1024 * 1024, Qt::Uninitialized);
+    for (qsizetype i = 0; i < large.size(); ++i)
+        large[i] = char((i * 7 + i / 251) & 0xff);
+
+    QFSiteDocumentData data;
+    QFStoredPage about = page(QStringLiteral("about"), 7, QByteArray("\0\0QF\0", 5));
+    about.title = QString();
+    about.folder = QStringLiteral("");
+    QFStoredPage blog = page(QStringLiteral("blog"), -3, large);
+    blog.title = QStringLiteral("");
+    blog.folder = QString::fromUtf8("Tagebuch \xc3\xbc");
+    QFStoredPage empty = page(QStringLiteral("empty"), 2, QByteArray());
+    empty.folder = QString();
+    // Listed out of order; the file gives them back sorted by order.
+    data.pages = {about, blog, empty};
+    QFSiteDocumentWriter().save(data, documentPath(dir));
+
+    const QList<QFStoredPage> read = QFSiteDocumentReader().open(documentPath(dir)).pages;
+    QCOMPARE(read.size(), 3);
+    QCOMPARE(read[0], blog);
+    QCOMPARE(read[1], empty);
+    QCOMPARE(read[2], about);
+    QVERIFY(read[2].title.isNull());
+    QVERIFY(!read[0].title.isNull());
+    QVERIFY(!read[2].folder.isNull());
+    QVERIFY(read[1].folder.isNull());
+    QCOMPARE(read[0].archive.size(), large.size());
+}
+
+void tst_QFSiteDocumentFile::savingAgainReplacesTheDocument()
+{
+    QTemporaryDir dir;
+    const QString path = documentPath(dir);
+    QFSiteDocumentWriter().save(sampleData(), path);
+    QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner));
+
+    QFSiteDocumentData second;
+    second.properties.insert(QStringLiteral("siteTitle"), QStringLiteral("Orchard"));
+    second.pages.append(page(QStringLiteral("orchard"), 0, QByteArrayLiteral("apples")));
+    QFSiteDocumentWriter().save(second, path);
+
+    const QFSiteDocumentData read = QFSiteDocumentReader().open(path);
+    QCOMPARE(read.properties, second.properties);
+    QCOMPARE(read.pages, second.pages);
+    QCOMPARE(filesIn(dir.path()), QStringList {QStringLiteral("site.qfsite")});
+    // Owner, group and others; the "user" bits only mirror one of them.
+    const QFile::Permissions mask = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup
+                                    | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther | QFile::WriteOther
+                                    | QFile::ExeOther;
+    QCOMPARE(QFile::permissions(path) & mask, QFile::ReadOwner | QFile::WriteOwner);
+}
+
+void tst_QFSiteDocumentFile::staleTemporaryFilesDoNotBreakSaving()
+{
+    QTemporaryDir dir;
+    const QString path = documentPath(dir);
+    QFSiteDocumentWriter().save(sampleData(), path);
+    const QString temporary = QFSiteDocumentWriter::temporaryPathFor(path);
+    replace(temporary, QByteArrayLiteral("SQLite format 3\0half of an earlier save"));
+    replace(temporary + QStringLiteral("-journal"), QByteArray(512, '\x7f'));
+
+    QCOMPARE(QFSiteDocumentReader().open(path).pages, sampleData().pages);
+    QFSiteDocumentData second = sampleData();
+    second.pages.removeLast();
+    QFSiteDocumentWriter().save(second, path);
+    QCOMPARE(QFSiteDocumentReader().open(path).pages, second.pages);
+    QCOMPARE(filesIn(dir.path()), QStringList {QStringLiteral("site.qfsite")});
+}
+
+void tst_QFSiteDocumentFile::savingThroughSymbolicLinkKeepsTheLink()
+{
+    QTemporaryDir dir;
+    QVERIFY(QDir(dir.path()).mkdir(QStringLiteral("real")));
+    const QString real = dir.filePath(QStringLiteral("real/site.qfsite"));
+    const QString link = dir.filePath(QStringLiteral("link.qfsite"));
+    QFSiteDocumentWriter().save(sampleData(), real);
+    QVERIFY(QFile::link(real, link));
+
+    QFSiteDocumentData second = sampleData();
+    second.properties.insert(QStringLiteral("siteTitle"), QStringLiteral("Renamed"));
+    QFSiteDocumentWriter().save(second, link);
+
+    QVERIFY(QFileInfo(link).isSymLink());
+    QCOMPARE(QFSiteDocumentReader().open(real).properties, second.properties);
+}
+
+void tst_QFSiteDocumentFile::badFileIsRefused_data()
+{
+    QTest::addColumn<Damage>("damage");
+    QTest::addColumn<QString>("expected");
+
+    const QString incomplete = QStringLiteral("is incomplete");
+    const QString notOurs = QStringLiteral("is not a site document");
+    QTest::newRow("missing file") << Damage([](const QString &p) { QFile::remove(p); })
+                                  << QStringLiteral("does not exist");
+    QTest::newRow("folder") << Damage([](const QString &p) { QFile::remove(p); QDir().mkdir(p); })
+                            << QStringLiteral("is a folder");
+    QTest::newRow("named pipe") << Damage([](const QString &p) {
+        QFile::remove(p);
+        QCOMPARE(::mkfifo(QFile::encodeName(p).constData(), 0600), 0);
+    }) << QStringLiteral("is not a regular file");
+    QTest::newRow("empty file") << Damage([](const QString &p) { replace(p, {}); })
+                                << QStringLiteral("is empty");
+    QTest::newRow("text file") << Damage([](const QString &p) { replace(p, "siteTitle = Kitchen Garden\n"); })
+                               << notOurs;
+    QTest::newRow("PNG image") << Damage([](const QString &p) {
+        replace(p, QByteArray("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16) + QByteArray(200, '\0'));
+    }) << notOurs;
+    QTest::newRow("cut inside the header") << Damage([](const QString &p) { truncateTo(p, 60); }) << incomplete;
+    QTest::newRow("cut after the first page") << Damage([](const QString &p) { truncateTo(p, 4096); }) << incomplete;
+    QTest::newRow("cut in the middle") << Damage([](const QString &p) { truncateTo(p, QFileInfo(p).size() / 2); })
+                                       << incomplete;
+    QTest::newRow("last byte missing") << Damage([](const QString &p) { truncateTo(p, QFileInfo(p).size() - 1); })
+                                       << incomplete;
+    QTest::newRow("database of another application") << Damage([](const QString &p) {
+        QFile::remove(p);
+        runSQL(p, "CREATE TABLE notes (body TEXT); INSERT INTO notes VALUES ('milk');");
+    }) << QStringLiteral("database of another application");
+    QTest::newRow("our mark without tables") << Damage([](const QString &p) {
+        QFile::remove(p);
+        runSQL(p, "PRAGMA application_id=1363563332; PRAGMA user_version=1; CREATE TABLE notes (body TEXT);");
+    }) << QStringLiteral("table of site properties is missing");
+    QTest::newRow("page list without titles") << Damage([](const QString &p) {
+        runSQL(p, "ALTER TABLE pages DROP COLUMN title;");
+    }) << QStringLiteral("lacks the column “title”");
+    QTest::newRow("newer format") << Damage([](const QString &p) { runSQL(p, "PRAGMA user_version=2;"); })
+                                  << QStringLiteral("newer version of Quillfen (document format 2)");
+    QTest::newRow("garbage in a page's contents") << Damage([](const QString &p) {
+        const qint64 at = contents(p).indexOf(ArchiveMarker);
+        QVERIFY(at > 0);
+        overwrite(p, at, QByteArray("garbage"));
+    }) << QStringLiteral("plugin record of page “news” was changed or overwritten");
+    QTest::newRow("garbage over the middle page") << Damage([](const QString &p) {
+        overwrite(p, QFileInfo(p).size() / 2 / 4096 * 4096, QByteArray(4096, '\x55'));
+    }) << QStringLiteral("is damaged");
+    QTest::newRow("garbage over the tables") << Damage([](const QString &p) {
+        overwrite(p, 4096, QByteArray(3 * 4096, '\xa5'));
+    }) << QStringLiteral("is damaged");
+    QTest::newRow("title that is binary data") << Damage([](const QString &p) {
+        runSQL(p, "UPDATE pages SET title = x'00ff' WHERE unique_id = 'news';");
+    }) << QStringLiteral("the title of page “news” is binary data where text belongs");
+    QTest::newRow("position that is text") << Damage([](const QString &p) {
+        runSQL(p, "UPDATE pages SET page_order = 'first' WHERE unique_id = 'home';");
+    }) << QStringLiteral("the position of page “home” is text where a whole number belongs");
+    QTest::newRow("archive that is text") << Damage([](const QString &p) {
+        runSQL(p, "UPDATE pages SET archive = 'QFAR' WHERE unique_id = 'home';");
+    }) << QStringLiteral("the plugin record of page “home” is text where binary data belongs");
+    QTest::newRow("page without a unique ID") << Damage([](const QString &p) {
+        runSQL(p, "UPDATE pages SET unique_id = '' WHERE unique_id = 'news';");
+    }) << QStringLiteral("page 2 has no unique ID");
+    QTest::newRow("property name that is binary data") << Damage([](const QString &p) {
+        runSQL(p, "INSERT INTO site_properties VALUES (x'0001', 'x');");
+    }) << QStringLiteral("is binary data where text belongs");
+}
+
+void tst_QFSiteDocumentFile::badFileIsRefused()
+{
+    QFETCH(Damage, damage);
+    QFETCH(QString, expected);
+
+    QTemporaryDir dir;
+    const QString path = documentPath(dir);
+    QFSiteDocumentWriter().save(sampleData(), path);
+    damage(path);
+    if (QTest::currentTestFailed())
+        return;
+    const QStringList beforeOpening = filesIn(dir.path());
+
+    try {
+        QFSiteDocumentReader().open(path);
+        QFAIL("the damaged file was opened");
+    } catch (const QFException &e) {
+        QCOMPARE(e.name(), QStringLiteral("Cannot Open Document"));
+        QVERIFY2(e.reason().contains(path), qPrintable(e.reason()));
+        QVERIFY2(e.reason().contains(expected), qPrintable(e.reason()));
+    }
+    // Reading never leaves anything beside the file.
+    QCOMPARE(filesIn(dir.path()), beforeOpening);
+}
+
+void tst_QFSiteDocumentFile::failedSaveKeepsTheOldDocument_data()
+{
+    QTest::addColumn<QFSiteDocumentData>("data");
+    QTest::addColumn<bool>("readOnlyFolder");
+    QTest::addColumn<int>("abandonAtPage");
+    QTest::addColumn<QString>("expectedName");
+    QTest::addColumn<QString>("expected");
+
+    const QString saveFailed = QStringLiteral("Save Failed");
+    QFSiteDocumentData next = sampleData();
+    next.properties.insert(QStringLiteral("siteTitle"), QStringLiteral("Never saved"));
+    next.pages.append(page(QStringLiteral("extra"), 5, QByteArray(64 * 1024, 'x')));
+
+    QTest::newRow("read-only folder") << next << true << 0 << saveFailed << QStringLiteral("cannot be created");
+
+    QFSiteDocumentData sameID = next;
+    sameID.pages.append(page(QStringLiteral("home"), 9, QByteArrayLiteral("second home")));
+    QTest::newRow("two pages with one unique ID")
+        << sameID << false << 0 << saveFailed << QStringLiteral("UNIQUE constraint failed: pages.unique_id");
+
+    QFSiteDocumentData samePosition = next;
+    samePosition.pages.append(page(QStringLiteral("later"), 5, QByteArrayLiteral("later")));
+    QTest::newRow("two pages in one position")
+        << samePosition << false << 0 << saveFailed << QStringLiteral("UNIQUE constraint failed: pages.page_order");
+
+    QFSiteDocumentData date = next;
+    date.properties.insert(QStringLiteral("lastBuildDate"), QDateTime::currentDateTime());
+    QTest::newRow("property of a kind the file cannot hold")
+        << date << false << 0 << saveFailed << QStringLiteral("“lastBuildDate” holds a value of type QDateTime");
+
+    QFSiteDocumentData noPlugin = next;
+    noPlugin.pages[1].pluginName.clear();
+    QTest::newRow("page without a plugin") << noPlugin << false << 0 << saveFailed << QStringLiteral("names no plugin");
+
+    QTest::newRow("abandoned by the progress handler")
+        << next << false << 2 << QStringLiteral("Cancelled") << QStringLiteral("by the user");
+}
+
+void tst_QFSiteDocumentFile::failedSaveKeepsTheOldDocument()
+{
+    QFETCH(QFSiteDocumentData, data);
+    QFETCH(bool, readOnlyFolder);
+    QFETCH(int, abandonAtPage);
+    QFETCH(QString, expectedName);
+    QFETCH(QString, expected);
+
+    if (readOnlyFolder && ::geteuid() == 0)
+        QSKIP("folder permissions do not hold back the superuser");
+
+    QTemporaryDir dir;
+    const QString path = documentPath(dir);
+    QFSiteDocumentWriter().save(sampleData(), path);
+    const QByteArray before = contents(path);
+
+    QFSiteDocumentWriter writer;
+    writer.setProgressHandler([abandonAtPage](qsizetype written, qsizetype) {
+        if (written == abandonAtPage)
+            throw QFException(QStringLiteral("Cancelled"), QStringLiteral("Saving was stopped by the user."));
+    });
+    if (readOnlyFolder)
+        QVERIFY(QFile::setPermissions(dir.path(), QFile::ReadOwner | QFile::ExeOwner));
+    try {
+        writer.save(data, path);
+        QFile::setPermissions(dir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QFAIL("the save went through");
+    } catch (const QFException &e) {
+        QFile::setPermissions(dir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QCOMPARE(e.name(), expectedName);
+        if (expectedName == QStringLiteral("Save Failed"))
+            QVERIFY2(e.reason().contains(path), qPrintable(e.reason()));
+        QVERIFY2(e.reason().contains(expected), qPrintable(e.reason()));
+    }
+
+    QCOMPARE(contents(path), before);
+    QCOMPARE(QFSiteDocumentReader().open(path).pages, sampleData().pages);
+    QCOMPARE(filesIn(dir.path()), QStringList {QStringLiteral("site.qfsite")});
+}
+
+void tst_QFSiteDocumentFile::killedSaveLeavesAWholeDocument_data()
+{
+    // When to kill the helper, which starts at generation 1 over a file
+    // holding generation 0: inside a given save's transaction (it waits
+    // there), once a number of its saves were reported, or after a delay
+    // while it saves in a loop.
+    QTest::addColumn<QByteArray>("pauseAt");
+    QTest::addColumn<int>("afterSaves");
+    QTest::addColumn<int>("afterMilliseconds");
+
+    QTest::newRow("inside the first save, first page") << QByteArray("1:1") << 0 << 0;
+    QTest::newRow("inside the first save, last page") << QByteArray("1:3") << 0 << 0;
+    QTest::newRow("inside the third save") << QByteArray("3:2") << 0 << 0;
+    QTest::newRow("right after a save") << QByteArray() << 1 << 0;
+    QTest::newRow("right after two saves") << QByteArray() << 2 << 0;
+    QTest::newRow("saving in a loop, soon") << QByteArray() << 0 << 30;
+    QTest::newRow("saving in a loop, later") << QByteArray() << 0 << 170;
+    QTest::newRow("saving in a loop, much later") << QByteArray() << 0 << 450;
+}
+
+void tst_QFSiteDocumentFile::killedSaveLeavesAWholeDocument()
+{
+    QFETCH(QByteArray, pauseAt);
+    QFETCH(int, afterSaves);
+    QFETCH(int, afterMilliseconds);
+
+    QTemporaryDir dir;
+    const QString path = documentPath(dir);
+    QFSiteDocumentWriter().save(QFSiteCrashDocument::generation(0), path);
+
+    QProcess helper;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    if (!pauseAt.isEmpty())
+        environment.insert(QStringLiteral("QFSITE_HELPER_PAUSE"), QString::fromLatin1(pauseAt));
+    helper.setProcessEnvironment(environment);
+    helper.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    helper.start(QCoreApplication::applicationDirPath() + QStringLiteral("/qfsite_crash_helper"),
+                 {path, QStringLiteral("1"), QStringLiteral("1000")});
+    QVERIFY2(helper.waitForStarted(), qPrintable(helper.errorString()));
+    QCOMPARE(waitForLine(helper, "started"), QByteArray("started"));
+
+    // The generations the file may hold once the helper is gone.
+    QList<int> acceptable;
+    if (!pauseAt.isEmpty()) {
+        QCOMPARE(waitForLine(helper, "paused"), QByteArray("paused"));
+        acceptable = {pauseAt.split(':').first().toInt() - 1};
+    } else if (afterSaves > 0) {
+        QCOMPARE(waitForLine(helper, "saved " + QByteArray::number(afterSaves)), "saved " + QByteArray::number(afterSaves));
+        acceptable = {afterSaves, afterSaves + 1};
+    } else {
+        QThread::msleep(afterMilliseconds);
+    }
+    helper.kill();
+    QVERIFY(helper.waitForFinished());
+    QCOMPARE(helper.exitStatus(), QProcess::CrashExit);
+
+    if (acceptable.isEmpty()) {
+        int lastSaved = 0;
+        for (const QByteArray &line : helper.readAllStandardOutput().split('\n')) {
+            if (line.startsWith("saved "))
+                lastSaved = line.mid(6).toInt();
+        }
+        acceptable = {lastSaved, lastSaved + 1};
+    }
+
+    std::optional<int> found;
+    try {
+        found = generationAt(path);
+    } catch (const QFException &e) {
+        QFAIL(qPrintable(e.reason()));
+    }
+    QVERIFY2(found.has_value(), "the document does not hold one whole save");
+    QVERIFY2(acceptable.contains(*found), qPrintable(QStringLiteral("generation %1").arg(*found)));
+    if (!pauseAt.isEmpty())
+        QVERIFY2(QFile::exists(QFSiteDocumentWriter::temporaryPathFor(path)), "the helper was not inside a save");
+
+    // Whatever the killed save left behind does not stand in the way.
+    QFSiteDocumentWriter().save(QFSiteCrashDocument::generation(99), path);
+    QCOMPARE(generationAt(path), std::optional<int>(99));
+    QCOMPARE(filesIn(dir.path()), QStringList {QStringLiteral("site.qfsite")});
+}
+
+QTEST_GUILESS_MAIN(tst_QFSiteDocumentFile)
+#include "tst_qfsitedocumentfile.moc"
