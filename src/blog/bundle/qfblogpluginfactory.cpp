@@ -59,7 +59,12 @@ QFTextViewPluginClient *QFBlogPluginFactory::createPlugin()
     return plugins.empty() ? nullptr : plugins.front().release();
 }
 
-QFTextViewPluginClient *QFBlogPluginFactory::createPluginFromArchive(QFUnarchiver &)
+QFTextViewPluginClient *QFBlogPluginFactory::createPluginFromArchive(QFUnarchiver &coder)
 {
-    return nullptr;
+    // The record is read over a blog with every default, so values an older,
+    // shorter record lacks keep them. A malformed record raises, and the
+    // half-read plugin goes with the unique_ptr.
+    auto plugin = std::make_unique<QFBlogPlugin>();
+    plugin->initWithCoder(coder);
+    return plugin.release();
 }

@@ -13,8 +13,10 @@
 // application's settings (QSettings with the application's organisation and
 // name) the first time, since the host interface passes no defaults object.
 //
-// Plugins made here are owned by the caller. createPluginFromArchive()
-// answers null until the blog's record format can be read.
+// Plugins made here are owned by the caller. createPluginFromArchive() reads
+// the blog's record (QFBlogPlugin::initWithCoder) and never answers null: a
+// malformed record raises the unarchiver's QFException, for the document to
+// report with the file's name.
 class QFBlogPluginFactory final : public QObject, public QFPagePluginFactory
 {
     Q_OBJECT

@@ -5,6 +5,8 @@
 #include "blog/model/qfblogmodel.h"
 #include "blog/model/qfblognotifier.h"
 #include "blog/model/qfcollections.h"
+#include "blog/plugin/qfblogentryarraycontroller.h"
+#include "blog/plugin/qfblogpluginindexes.h"
 #include "qfkit/document/qfsitedocument.h"
 #include "qfkit/support/qfalert.h"
 #include "qfkit/support/qfbundle.h"
@@ -235,6 +237,8 @@ QStringList QFBlogPlugin::tableKeys()
 QFBlogPlugin::QFBlogPlugin(QObject *parent)
     : QFTextViewPluginClient(parent)
     , m_archives(std::make_unique<QFBlogPluginArchives>(*this))
+    , m_indexes(std::make_unique<QFBlogPluginIndexes>(*this))
+    , m_blogEntryArrayController(std::make_unique<QFBlogEntryArrayController>(*this))
 {
     pluginIsInitialisingFlag = true;
 
@@ -271,8 +275,7 @@ QFBlogPlugin::QFBlogPlugin(QObject *parent)
     setDefaultDateModifiers();
 
     setSummarizeEntryRSSCount(1);
-    // The editor's title and content search indexes are created here once
-    // the search index group exists.
+    m_indexes->initialiseSearchIndexes();
     setChannelCustomTags({});
     setChannelCustomiTunesTags(QFBlogCustomiTunesTags::tags());
     setCategoryTitle(L("DefaultCategoryTitle"));
@@ -319,6 +322,7 @@ QFBlogPlugin::~QFBlogPlugin()
         entry->setBlogPlugin(nullptr);
     for (const QFBlogCategoryPtr &category : std::as_const(_categories))
         category->setBlogPlugin(nullptr);
+    m_indexes->releaseSearchIndexes();
 }
 
 void QFBlogPlugin::attachCategory(const QFBlogCategoryPtr &category)
@@ -384,6 +388,16 @@ void QFBlogPlugin::broadcastPluginChanged()
 QFBlogPluginArchives &QFBlogPlugin::archives() const
 {
     return *m_archives;
+}
+
+QFBlogPluginIndexes &QFBlogPlugin::indexes() const
+{
+    return *m_indexes;
+}
+
+QFBlogEntryArrayController &QFBlogPlugin::blogEntryArrayController() const
+{
+    return *m_blogEntryArrayController;
 }
 
 // ---------------------------------------------------------------- export
@@ -1026,7 +1040,8 @@ void QFBlogPlugin::setPingSettings(const QVariantList &value) { _pingSettings = 
 void QFBlogPlugin::setLastBuildDate(const QDateTime &value) { lastBuildDateValue = value; }
 void QFBlogPlugin::setLastSavedBuildDate(const QDateTime &value) { lastSavedBuildDateValue = value; }
 
-void QFBlogPlugin::setShouldUpdateSearchIndexes(bool value) { _shouldUpdateSearchIndexes = value; }
+bool QFBlogPlugin::shouldUpdateSearchIndexes() const { return m_indexes->shouldUpdateSearchIndexes(); }
+void QFBlogPlugin::setShouldUpdateSearchIndexes(bool value) { m_indexes->setShouldUpdateSearchIndexes(value); }
 void QFBlogPlugin::setPluginIsInitialising(bool value) { pluginIsInitialisingFlag = value; }
 void QFBlogPlugin::setPostIDWasChanged(bool value) { _postIDWasChanged = value; }
 void QFBlogPlugin::setLocalizeCheckBoxState(bool value) { _localizeCheckBoxState = value; }

@@ -26,7 +26,10 @@
 #include <vector>
 
 class QFBundle;
+class QFBlogEntryArrayController;
 class QFBlogPluginArchives;
+class QFBlogPluginIndexes;
+class QFUnarchiver;
 class QFUserDefaults;
 
 // The plugin object of one blog page: owner of its posts, categories, tag
@@ -219,6 +222,34 @@ public:
     // document's folder and announces the post list, without reporting a change.
     void documentWasLoaded();
 
+    // The plugin's record in the site document: 59 values in a fixed order,
+    // without keys or version (see docs/FORMATS.md, "Blog plugin record").
+    // Writes it; any thread. Posts and categories go in their dictionary
+    // forms, custom tags and the channel's iTunes tags as objects.
+    void encodeWithCoder(QFArchiver &coder) const override;
+    // Reads a record into this newly made plugin (its defaults are what
+    // missing values leave) and answers this. The reading runs on the main
+    // thread: called from another one, the plugin moves to the main thread
+    // and the caller waits for the reading there (the main thread must not be
+    // waiting for the caller). A QFException of the unarchiver (a malformed
+    // record, an unknown class) reaches the caller unchanged; the plugin is
+    // then half read and must be thrown away. Nothing is reported to the host.
+    QFBlogPlugin *initWithCoder(QFUnarchiver &coder);
+    // The reading itself, on the calling thread (the main one).
+    void performInitWithCoder(QFUnarchiver &coder);
+    // Repairs after reading (the page exchange uses them too); each answers
+    // whether it changed anything. fixUpPostIDs files every post without a
+    // category (or in None) under the first category, counting that as a
+    // change, and gives every repeated ID a fresh one from nextID(), logged.
+    bool fixUpPostIDs();
+    // Gives every post without iTunes tags an empty set.
+    bool fixUpiTunesTags();
+    // Gives every post without a GUID a new guid().
+    bool fixupPostGUIDs();
+    // Makes the images of every post's body and summary fit for the web;
+    // answers how many attachments changed.
+    unsigned normaliseImages();
+
     // "php" when the sidebar is a shared PHP include, else empty.
     std::optional<QString> overrideFileExtension() const;
     static QString shortName();
@@ -313,6 +344,107 @@ public:
     // A custom feed tag changed: reports the change once when a post holds it.
     void blogCustomTagDidChange(QObject *object);
 
+    // ---- entry management (the editor's actions, without widgets)
+    //
+    // Undo: additions and removals of posts are recorded on the document's
+    // undo stack. A plugin without a document records no undo.
+
+    // The posts in display order (the entry list's arranged objects).
+    QList<QFBlogEntryPtr> blogs() const;
+    // A new empty post at the top of the list: no title, dated now, in the
+    // None category, empty body and summary, an empty iTunes tag set, the
+    // next ID and a new GUID. Clears the search first so it shows, selects
+    // it, reports the change. Not indexed until its text is edited. Null
+    // only when the post could not be made (logged).
+    QFBlogEntryPtr addEntry();
+    // Adds the given posts themselves, renumbered with fresh IDs and GUIDs
+    // (their earlier identity is given up), clears the search, selects them,
+    // indexes them when the search is live, records the undo (removing them
+    // again) and reports. Null posts are skipped. Answers the posts added.
+    QList<QFBlogEntryPtr> addEntries(const QList<QFBlogEntryPtr> &entries);
+    // Removes the posts from the list and the search indexes, records the
+    // undo (adding them back, renumbered) and reports. Their tags keep
+    // counting: the undo brings them back.
+    void removeEntries(const QList<QFBlogEntryPtr> &entries);
+    // Asks through QFAlert ("RemoveEntries", buttons "Remove" and "Cancel",
+    // "CannotBeUndone") and on "Remove" removes the selected posts for good
+    // (reallyRemoveIfTheUserSaidItIsOK). Nothing is asked with no selection.
+    // Whether posts were removed.
+    bool removeEntry();
+    // The end of that question: on returnCode 0 (the default button) the
+    // selected posts leave the indexes, lose their tags (so the tag counts
+    // drop) and leave the list; no undo. Any other code does nothing.
+    bool reallyRemoveIfTheUserSaidItIsOK(int returnCode);
+    // Removes the posts from the plugin's list and announces it; posts not in
+    // the list are ignored. Reports nothing to the host, records no undo
+    // (the entry list's removeObjects() comes here).
+    void removeBlogEntries(const QList<QFBlogEntryPtr> &entries);
+
+    // The entry list's selected posts, in display order.
+    QList<QFBlogEntryPtr> selectedEntries() const;
+    // The post at the entry list's selected row; the first post shown when
+    // nothing (or row 0) is selected; null for an empty list.
+    QFBlogEntryPtr currentEntry() const;
+    // The first post, newest first, whose ID is postID; null when none.
+    QFBlogEntryPtr postForPostID(int postID) const;
+
+    // The calendar format of post dates: each date modifier's fragment
+    // followed by its separator, four times. A null separator is stored back
+    // as "" first (without reporting).
+    QString userConfiguredDate();
+    // Now in that format, in the user's locale when the localise check box is
+    // on, else in the C locale: what the sample field shows.
+    QString sampleDate();
+    // Dates the current post now; the date given to it (for the date
+    // picker), or empty without a current post.
+    std::optional<QDateTime> setNow();
+
+    // The feed-summary check box of the current post changed to checkBoxValue
+    // (non-zero: summarise). The feed text view is editable exactly when it
+    // is 0. When summarising, runs onSummarizeEntry(sliderValue) and answers
+    // its text; empty otherwise.
+    std::optional<QString> onSummarizeCheckbox(int checkBoxValue, int sliderValue);
+    // For a current post that summarises: its body's first sliderValue
+    // sentences, which the feed text view shows; the count actually taken is
+    // stored in the post. Empty when there is no such post.
+    std::optional<QString> onSummarizeEntry(int sliderValue);
+
+    // The first category named exactly name; null when none.
+    QFBlogCategoryPtr categoryForCategoryName(const QString &name) const;
+    bool categoryNameExists(const QString &name) const;
+    // addNewCategory() with the localised "NewCategoryName", or the first of
+    // "NewCategoryNameFormatString" with 2, 3, … that no category has.
+    QFBlogCategoryPtr addCategory();
+    // Appends a category of that name with the next free ID and reports.
+    // Never null (a name in use ignoring case leaves it without a name).
+    QFBlogCategoryPtr addNewCategory(const QString &name);
+    // Removes a category no post uses, at once (reporting nothing). A used
+    // category is never removed here: mergeCategoriesRequested() hands its
+    // posts and it to whoever merges. Null and the None category are ignored.
+    void removeCategory(const QFBlogCategoryPtr &category);
+
+    // The current post's text was edited: indexes it again while the search
+    // is live.
+    void reindexBlogEntry(const QFBlogEntryPtr &entry);
+
+    // The podcast chosen in the open panel (or dropped on the well) for the
+    // single selected post: stored, and its reference made relative to the
+    // document. Nothing for an empty path or unless exactly one post is
+    // selected. Whether the post got it.
+    bool choosePodcast(const QString &path);
+    bool podcastWasChanged(const QString &file);
+    // Every selected post gets an empty podcast path.
+    void clearPodcast();
+
+    // A new ping service row {"name": "service name", "url": "http://",
+    // "rpc": false} at the end of pingSettings; its index (the row to edit).
+    int addPingSettings();
+    // A new custom feed tag at the end of the single selected post's tags;
+    // null unless exactly one post is selected.
+    QFBlogCustomTagPtr addBlogChannelCustomTag();
+    // A new custom feed tag at the end of the channel's tags; reported.
+    QFBlogCustomTagPtr addChannelTag();
+
     // ---- comment service account (the options' account label and field)
 
     QFBlogCommentsAccountFields commentsAccountFields() const;
@@ -330,6 +462,9 @@ public:
 
     // ---- method groups
     QFBlogPluginArchives &archives() const;
+    QFBlogPluginIndexes &indexes() const;
+    // The entry list; owned by the plugin.
+    QFBlogEntryArrayController &blogEntryArrayController() const;
 
     // ---- settings (keys and reporting rules in the class comment)
     QString rssLanguage() const { return _rssLanguage; }
@@ -474,7 +609,8 @@ public:
     QDateTime lastSavedBuildDate() const { return lastSavedBuildDateValue; }
     void setLastSavedBuildDate(const QDateTime &value);
 
-    bool shouldUpdateSearchIndexes() const { return _shouldUpdateSearchIndexes; }
+    // Kept by the indexes group (one flag); see QFBlogPluginIndexes.
+    bool shouldUpdateSearchIndexes() const;
     void setShouldUpdateSearchIndexes(bool value);
     bool pluginIsInitialising() const { return pluginIsInitialisingFlag; }
     void setPluginIsInitialising(bool value);
@@ -502,6 +638,12 @@ signals:
     // An export stage begins (emitted on the export's thread, only for
     // stages that run), for progress displays; a receiver may cancelExport().
     void exportStageStarted(QFBlogPlugin::ExportStage stage);
+    // The editor shows the current post's text again (the selection or the
+    // list changed under it).
+    void currentEntryNeedsDisplay();
+    // A category in use is to be removed: the merge step (editor or command
+    // line) decides what becomes of these posts and removes the category.
+    void mergeCategoriesRequested(const QList<QFBlogEntryPtr> &entries, const QFBlogCategoryPtr &categoryToRemove);
 
 private:
     void setStringComparing(QString &field, const QString &value);
@@ -511,7 +653,16 @@ private:
     void attachCategory(const QFBlogCategoryPtr &category);
     void showExportErrors(unsigned count, const QString &errors);
 
+    // Undo commands replay additions and removals without recording again.
+    friend class QFBlogAddEntriesCommand;
+    friend class QFBlogRemoveEntriesCommand;
+    QList<QFBlogEntryPtr> doAddEntries(const QList<QFBlogEntryPtr> &entries, bool registerUndo);
+    void doRemoveEntries(const QList<QFBlogEntryPtr> &entries, bool registerUndo);
+    bool hasSingleSelection() const;
+
     std::unique_ptr<QFBlogPluginArchives> m_archives;
+    std::unique_ptr<QFBlogPluginIndexes> m_indexes;
+    std::unique_ptr<QFBlogEntryArrayController> m_blogEntryArrayController;
 
     QList<QFBlogEntryPtr> _blogEntries;
     QString _rssLanguage;
@@ -580,7 +731,6 @@ private:
     QDateTime lastSavedBuildDateValue;
     QDateTime lastBuildDateValue;
     bool _usePHPForSidebarContent = false;
-    bool _shouldUpdateSearchIndexes = false;
     QFCountedSet cachedKnownTags;
     bool pluginIsInitialisingFlag = false;
     unsigned _numberOfExportErrors = 0;

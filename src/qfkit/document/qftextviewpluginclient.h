@@ -13,6 +13,7 @@
 #include <QVariantMap>
 #include <functional>
 
+class QFArchiver;
 class QFLinkResolver;
 class QFSiteDocument;
 
@@ -58,6 +59,11 @@ public:
     // document turns into its edited flag. Plugins override it to add their
     // own bookkeeping and call the base.
     virtual void broadcastPluginChanged();
+
+    // Writes the page's record, which the document stores with the page and
+    // hands back to the plugin's factory (createPluginFromArchive) on opening.
+    // Any thread. The base writes nothing: a plugin without a record.
+    virtual void encodeWithCoder(QFArchiver &coder) const { Q_UNUSED(coder) }
 
     // A scratch folder for this plugin and page, named by `name`:
     // <temp>/quillfen-<process id>/<unique ID>/<name>. Created when asked for
