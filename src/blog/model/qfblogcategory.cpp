@@ -1,5 +1,6 @@
 #include "qfblogcategory.h"
 
+#include "blog/model/qfblogvariant.h"
 #include "blog/model/qfblogentry.h"
 #include "blog/plugin/qfblogplugin.h"
 #include "qfkit/coding/qfarchiver.h"
@@ -13,6 +14,10 @@
 #include <mutex>
 
 namespace {
+using QFBlogVariant::isNumber;
+using QFBlogVariant::stringOrNull;
+using QFBlogVariant::intOrZero;
+using QFBlogVariant::boolOrFalse;
 const QString kClassName = QStringLiteral("QFBlogCategory");
 // Archive keys; the dictionary form spells the flag "categoryNone" instead.
 const QString kNameKey = QStringLiteral("categoryName");
@@ -21,35 +26,6 @@ const QString kIsNoneKey = QStringLiteral("categoryIsNone");
 const QString kPluginKey = QStringLiteral("blogPlugin");
 const QString kDictionaryNoneKey = QStringLiteral("categoryNone");
 
-bool isNumber(const QVariant &value)
-{
-    switch (value.typeId()) {
-    case QMetaType::Bool:
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-        return true;
-    default:
-        return false;
-    }
-}
-
-QString stringOrNull(const QVariant &value)
-{
-    return value.typeId() == QMetaType::QString ? value.toString() : QString();
-}
-
-int intOrZero(const QVariant &value)
-{
-    return isNumber(value) ? int(value.toLongLong()) : 0;
-}
-
-bool boolOrFalse(const QVariant &value)
-{
-    return isNumber(value) && value.toBool();
-}
 } // namespace
 
 QFBlogCategory::QFBlogCategory(QFBlogPlugin *blogPlugin)

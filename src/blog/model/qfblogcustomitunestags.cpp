@@ -1,5 +1,6 @@
 #include "qfblogcustomitunestags.h"
 
+#include "blog/model/qfblogvariant.h"
 #include "blog/model/qfblognotifier.h"
 #include "qfkit/coding/qfarchiver.h"
 #include "qfkit/coding/qfclassregistry.h"
@@ -11,6 +12,8 @@
 #include <mutex>
 
 namespace {
+using QFBlogVariant::isNumber;
+using QFBlogVariant::stringOrNull;
 const QString kClassName = QStringLiteral("QFBlogCustomiTunesTags");
 
 // The archived objects, in archive order; the three flags follow them.
@@ -22,26 +25,6 @@ const std::array<QString, 9> kObjectKeys = {
 const QString kExplicitKey = QStringLiteral("explicit");
 const QString kBlockKey = QStringLiteral("block");
 const QString kConvertImageKey = QStringLiteral("convertImage");
-
-QString stringOrNull(const QVariant &value)
-{
-    return value.typeId() == QMetaType::QString ? value.toString() : QString();
-}
-
-bool isNumber(const QVariant &value)
-{
-    switch (value.typeId()) {
-    case QMetaType::Bool:
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-        return true;
-    default:
-        return false;
-    }
-}
 
 QString emptyIfNull(const QString &s)
 {

@@ -1,5 +1,6 @@
 #include "qfblogcustomtag.h"
 
+#include "blog/model/qfblogvariant.h"
 #include "blog/model/qfblognotifier.h"
 #include "qfkit/coding/qfarchiver.h"
 #include "qfkit/coding/qfclassregistry.h"
@@ -10,15 +11,11 @@
 #include <mutex>
 
 namespace {
+using QFBlogVariant::stringOrNull;
 const QString kClassName = QStringLiteral("QFBlogCustomTag");
 const QString kTagKey = QStringLiteral("tag");
 const QString kValueKey = QStringLiteral("value");
 const QString kAttributesKey = QStringLiteral("attributes");
-
-QString stringOrNull(const QVariant &value)
-{
-    return value.typeId() == QMetaType::QString ? value.toString() : QString();
-}
 
 // "The very object already held": the same string data, not merely equal text.
 bool isSameString(const QString &a, const QString &b)

@@ -1,5 +1,6 @@
 #include "qfblogentry.h"
 
+#include "blog/model/qfblogvariant.h"
 #include "blog/model/qfcollections.h"
 #include "blog/plugin/qfblogplugin.h"
 #include "qfkit/coding/qfarchiver.h"
@@ -18,26 +19,12 @@
 #include <sys/stat.h>
 
 namespace {
+using QFBlogVariant::isNumber;
 const QString kClassName = QStringLiteral("QFBlogEntry");
 const QString kKeyedDictionaryKey = QStringLiteral("dictionary");
 const QString kCacheDataAttribute = QStringLiteral("QFBlogEntryCacheData");
 
 QFBlogPlugin *decodingPlugin = nullptr;
-
-bool isNumber(const QVariant &value)
-{
-    switch (value.typeId()) {
-    case QMetaType::Bool:
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-        return true;
-    default:
-        return false;
-    }
-}
 
 bool isPresent(const QVariant &value)
 {
