@@ -14,8 +14,6 @@ private slots:
     void initTestCase();
     void bucketsAndNextPeriods_data();
     void bucketsAndNextPeriods();
-    void periodSettingPicksTheArchiver_data();
-    void periodSettingPicksTheArchiver();
     void mostRecentPostBucket_data();
     void mostRecentPostBucket();
 };
@@ -46,16 +44,9 @@ void tst_QFBlogPluginArchives::bucketsAndNextPeriods_data()
         << 0 << local(2024, 3, 13, 18, 5) << local(2024, 3, 10) << local(2024, 3, 17);
     QTest::newRow("week: Sunday starts its own week")
         << 0 << local(2024, 3, 17, 23, 59) << local(2024, 3, 17) << local(2024, 3, 24);
-    QTest::newRow("week: Saturday ends the week")
-        << 0 << local(2024, 3, 16, 12) << local(2024, 3, 10) << local(2024, 3, 17);
-    QTest::newRow("week crossing a month start")
-        << 0 << local(2024, 10, 2, 8) << local(2024, 9, 29) << local(2024, 10, 6);
-    QTest::newRow("week crossing March into February of a leap year")
-        << 0 << local(2024, 3, 1, 8) << local(2024, 2, 25) << local(2024, 3, 3);
     QTest::newRow("week crossing a year start")
         << 0 << local(2026, 1, 1, 9) << local(2025, 12, 28) << local(2026, 1, 4);
-    // The clocks go forward on Sunday 31 March 2024: the next week still
-    // starts at midnight, not 167 hours later.
+    // The clocks go forward on Sunday 31 March 2024.
     QTest::newRow("week after the clocks go forward")
         << 0 << local(2024, 3, 27, 12) << local(2024, 3, 24) << local(2024, 3, 31);
     // 23:30 UTC on Saturday is already Sunday in the system time zone.
@@ -67,12 +58,10 @@ void tst_QFBlogPluginArchives::bucketsAndNextPeriods_data()
         << 1 << local(2024, 1, 31, 23, 59) << local(2024, 1, 1) << local(2024, 2, 1);
     QTest::newRow("month: December rolls into the next year")
         << 1 << local(2023, 12, 15) << local(2023, 12, 1) << local(2024, 1, 1);
-    QTest::newRow("month: first midnight belongs to it")
-        << 1 << local(2024, 2, 1) << local(2024, 2, 1) << local(2024, 3, 1);
 
-    QTest::newRow("year: New Year's Eve") << 2 << local(2024, 12, 31, 23) << local(2024, 1, 1) << local(2025, 1, 1);
     QTest::newRow("year: leap day") << 2 << local(2024, 2, 29, 12) << local(2024, 1, 1) << local(2025, 1, 1);
 
+    QTest::newRow("unknown period: months") << 7 << local(2024, 2, 29, 12) << local(2024, 2, 1) << local(2024, 3, 1);
     QTest::newRow("no date") << 1 << QDateTime() << QDateTime() << QDateTime();
 }
 
@@ -86,6 +75,8 @@ void tst_QFBlogPluginArchives::bucketsAndNextPeriods()
     QFBlogPlugin plugin;
     plugin.setArchivePostsPeriod(period);
     const std::unique_ptr<QFBlogArchiver> archiver = plugin.archives().currentArchiver();
+    const char *formats[] = {"%d %B %Y", "%b %Y", "%Y"};
+    QCOMPARE(archiver->bucketLinkFormat(), QString::fromLatin1(formats[period >= 0 && period <= 2 ? period : 1]));
     const QDateTime start = archiver->bucketFromDate(date);
     QCOMPARE(start, bucket);
     QCOMPARE(archiver->nextDateFromDate(start), next);
@@ -94,28 +85,6 @@ void tst_QFBlogPluginArchives::bucketsAndNextPeriods()
         // Every date of the period has the same start.
         QCOMPARE(archiver->bucketFromDate(next.addSecs(-1)), bucket);
     }
-}
-
-void tst_QFBlogPluginArchives::periodSettingPicksTheArchiver_data()
-{
-    QTest::addColumn<int>("period");
-    QTest::addColumn<QString>("format");
-
-    QTest::newRow("weeks") << 0 << "%d %B %Y";
-    QTest::newRow("months") << 1 << "%b %Y";
-    QTest::newRow("years") << 2 << "%Y";
-    QTest::newRow("unknown period gives months") << 7 << "%b %Y";
-    QTest::newRow("negative period gives months") << -1 << "%b %Y";
-}
-
-void tst_QFBlogPluginArchives::periodSettingPicksTheArchiver()
-{
-    QFETCH(int, period);
-    QFETCH(QString, format);
-
-    QFBlogPlugin plugin;
-    plugin.setArchivePostsPeriod(period);
-    QCOMPARE(plugin.archives().currentArchiver()->bucketLinkFormat(), format);
 }
 
 void tst_QFBlogPluginArchives::mostRecentPostBucket_data()
@@ -130,7 +99,6 @@ void tst_QFBlogPluginArchives::mostRecentPostBucket_data()
         << local(2024, 3, 1);
     QTest::newRow("a newer draft does not count")
         << QList<QDateTime>{local(2024, 1, 5)} << QList<QDateTime>{local(2024, 6, 1)} << local(2024, 1, 1);
-    QTest::newRow("no posts: today's period") << QList<QDateTime>{} << QList<QDateTime>{} << local(2030, 5, 1);
     QTest::newRow("only drafts: today's period")
         << QList<QDateTime>{} << QList<QDateTime>{local(2024, 6, 1)} << local(2030, 5, 1);
 }
@@ -145,17 +113,10 @@ void tst_QFBlogPluginArchives::mostRecentPostBucket()
     plugin.setClock([] { return local(2030, 5, 9, 14); });
     plugin.setArchivePostsPeriod(1);
     int id = 0;
-    for (const QDateTime &date : published) {
+    for (const QDateTime &date : published + drafts) {
         QFBlogEntryPtr entry = QFBlogEntry::blogEntryWithBlogPlugin(&plugin);
         entry->setDate(date);
-        entry->setStatus(1);
-        entry->setID(id++);
-        plugin.insertBlogEntry(entry);
-    }
-    for (const QDateTime &date : drafts) {
-        QFBlogEntryPtr entry = QFBlogEntry::blogEntryWithBlogPlugin(&plugin);
-        entry->setDate(date);
-        entry->setStatus(0);
+        entry->setStatus(id < published.size() ? 1 : 0);
         entry->setID(id++);
         plugin.insertBlogEntry(entry);
     }

@@ -18,10 +18,7 @@ private slots:
     void propertyList_data();
     void propertyList();
     void explicitIsLostThroughThePropertyList();
-    void archiveRoundTrips_data();
     void archiveRoundTrips();
-    void olderArchivesReadConvertImageFalse_data();
-    void olderArchivesReadConvertImageFalse();
     void imageChangesPost();
 };
 
@@ -44,6 +41,17 @@ public:
             coder.encodeObject(value);
     }
 };
+
+QFCodingPtr throughArchive(const QFCoding &object, bool keyed)
+{
+    if (keyed)
+        return QFCodingSupport::objectFromVariant(
+            QFKeyedUnarchiver::unarchiveObjectWithData(QFKeyedArchiver::archivedDataWithRootObject(object)));
+    QFArchiver archiver;
+    archiver.encodeObject(object);
+    QFUnarchiver unarchiver(archiver.data());
+    return QFCodingSupport::objectFromVariant(unarchiver.decodeObject());
+}
 } // namespace
 
 void tst_QFBlogCustomiTunesTags::initTestCase()
@@ -60,8 +68,6 @@ void tst_QFBlogCustomiTunesTags::propertyList_data()
     QTest::newRow("only explicit: the misspelt key")
         << QVariantMap{{QStringLiteral("explicit"), true}}
         << QVariant(QVariantMap{{QStringLiteral("IsExpicit"), true}});
-    QTest::newRow("convertImage alone is not written")
-        << QVariantMap{{QStringLiteral("convertImage"), false}} << QVariant();
     QTest::newRow("empty strings left out, blocked and duration in")
         << QVariantMap{{QStringLiteral("author"), QStringLiteral("Ann")},
                        {QStringLiteral("subtitle"), QString(QLatin1String(""))},
@@ -98,23 +104,14 @@ void tst_QFBlogCustomiTunesTags::explicitIsLostThroughThePropertyList()
     QCOMPARE(read->keywords(), QStringLiteral("news, weekly"));
     QCOMPARE(read->imageData(), QByteArray("PNG"));
 
-    // The reader's own spelling does set it.
     const auto spelled = QFBlogCustomiTunesTags::iTunesTagsWithPropertyList(
         QVariant(QVariantMap{{QStringLiteral("IsExplicit"), true}}), QByteArray());
     QVERIFY(spelled->isExplicit());
     QVERIFY(spelled->imageData().isNull());
 }
 
-void tst_QFBlogCustomiTunesTags::archiveRoundTrips_data()
-{
-    QTest::addColumn<bool>("keyed");
-    QTest::newRow("keyed") << true;
-    QTest::newRow("sequential") << false;
-}
-
 void tst_QFBlogCustomiTunesTags::archiveRoundTrips()
 {
-    QFETCH(bool, keyed);
     const auto tags = QFBlogCustomiTunesTags::tags();
     tags->setAuthor(QStringLiteral("Ann"));
     tags->setOwnerEmail(QStringLiteral("ann@example.org"));
@@ -128,56 +125,24 @@ void tst_QFBlogCustomiTunesTags::archiveRoundTrips()
     tags->setExplicit(true);
     tags->setConvertImage(false);
 
-    QFCodingPtr read;
-    if (keyed) {
-        read = QFCodingSupport::objectFromVariant(
-            QFKeyedUnarchiver::unarchiveObjectWithData(QFKeyedArchiver::archivedDataWithRootObject(*tags)));
-    } else {
-        QFArchiver archiver;
-        archiver.encodeObject(*tags);
-        archiver.encodeObject(QStringLiteral("after"));
-        QFUnarchiver unarchiver(archiver.data());
-        read = QFCodingSupport::objectFromVariant(unarchiver.decodeObject());
-        QCOMPARE(unarchiver.decodeObject().toString(), QStringLiteral("after"));
-    }
-    const auto copy = std::dynamic_pointer_cast<QFBlogCustomiTunesTags>(read);
-    QVERIFY(copy);
-    QVERIFY(copy->isEqual(*tags));
-}
-
-void tst_QFBlogCustomiTunesTags::olderArchivesReadConvertImageFalse_data()
-{
-    QTest::addColumn<bool>("keyed");
-    QTest::newRow("keyed without convertImage") << true;
-    QTest::newRow("sequential cut after block") << false;
-}
-
-void tst_QFBlogCustomiTunesTags::olderArchivesReadConvertImageFalse()
-{
-    QFETCH(bool, keyed);
+    // An archive as an older version wrote it: no convertImage.
     OlderTags older;
     older.keyed = {{QStringLiteral("author"), QStringLiteral("Ann")}, {QStringLiteral("explicit"), true}};
     older.sequential = {QStringLiteral("Ann"), QVariant(), QVariant(), QVariant(), QVariant(), QVariant(),
                         QVariant(), QVariant(), QVariant(), true, false};
 
-    QFCodingPtr read;
-    if (keyed) {
-        read = QFCodingSupport::objectFromVariant(
-            QFKeyedUnarchiver::unarchiveObjectWithData(QFKeyedArchiver::archivedDataWithRootObject(older)));
-    } else {
-        QFArchiver archiver;
-        archiver.encodeObject(older);
-        QFUnarchiver unarchiver(archiver.data());
-        read = QFCodingSupport::objectFromVariant(unarchiver.decodeObject());
+    for (bool keyed : {true, false}) {
+        const auto copy = std::dynamic_pointer_cast<QFBlogCustomiTunesTags>(throughArchive(*tags, keyed));
+        QVERIFY(copy);
+        QVERIFY(copy->isEqual(*tags));
+
+        const auto read = std::dynamic_pointer_cast<QFBlogCustomiTunesTags>(throughArchive(older, keyed));
+        QVERIFY(read);
+        QCOMPARE(read->author(), QStringLiteral("Ann"));
+        QVERIFY(read->isExplicit());
+        QVERIFY(!read->convertImage()); // the default would be true
+        QVERIFY(read->summary().isEmpty());
     }
-    const auto tags = std::dynamic_pointer_cast<QFBlogCustomiTunesTags>(read);
-    QVERIFY(tags);
-    QCOMPARE(tags->author(), QStringLiteral("Ann"));
-    QVERIFY(tags->isExplicit());
-    QVERIFY(!tags->convertImage()); // the default would be true
-    // Missing strings stay absent, which reads as empty.
-    QVERIFY(tags->ownerName().isNull());
-    QVERIFY(tags->summary().isEmpty());
 }
 
 void tst_QFBlogCustomiTunesTags::imageChangesPost()

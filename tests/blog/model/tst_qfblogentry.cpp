@@ -23,17 +23,15 @@ private slots:
     void cleanup();
 
     void recordRoundTrip();
-    void statusIsStoredInverted_data();
-    void statusIsStoredInverted();
-    void oneCategoryTravelsByIndex_data();
-    void oneCategoryTravelsByIndex();
+    void readsStoredDictionary_data();
+    void readsStoredDictionary();
     void styledTitleBecomesPlain();
     void wrongTypeGivesNoPost_data();
     void wrongTypeGivesNoPost();
     void guidIsMadeOnceAndKept();
-    void bodyReadsAreIndependentCopies();
+    void cacheAttributeIsNotStored();
     void setTagsMovesCountsWithoutReporting();
-    void addTagNeedsAList();
+    void addTagToReadPost();
     void derivedCategoryValues_data();
     void derivedCategoryValues();
     void categoryIndexEdits();
@@ -97,9 +95,7 @@ void tst_QFBlogEntry::recordRoundTrip()
     entry->setDate(QDateTime(QDate(2009, 3, 29), QTime(2, 30, 0)));
     entry->setStatus(1);
     entry->setID(42);
-    entry->setSummarizeRSSEntry(true);
     entry->setSummarizeRSSSentenceCount(3);
-    entry->setOverridePermalinkName(true);
     entry->setOverridePermalinkNameText(QStringLiteral("lisbon-2"));
     entry->setCategoryIDs({m_food, m_travel});
     entry->setTags(QFBlogTagList{QFBlogTag(QStringLiteral("Portugal")), QFBlogTag(QStringLiteral("trams"))});
@@ -112,9 +108,8 @@ void tst_QFBlogEntry::recordRoundTrip()
     entry->setItunesTags(itunes);
     entry->setPodcastReference(std::make_shared<QFFileReference>(QStringLiteral("/media/lisbon.mp3")));
     entry->setPodcastOverride({{QStringLiteral("override"), true}, {QStringLiteral("size"), 1000}});
-    entry->setMovableTypeCategoryNames({QStringLiteral("never archived")});
 
-    // The way the plugin record stores posts: the dictionary inside a sequential archive.
+    // As the plugin record stores posts: the dictionary inside a sequential archive.
     QFArchiver archiver;
     archiver.encodeObject(QVariant(QVariantList{entry->dictionaryForEncoding()}));
     QFUnarchiver unarchiver(archiver.data());
@@ -131,79 +126,50 @@ void tst_QFBlogEntry::recordRoundTrip()
     QCOMPARE(read->status(), 1);
     QCOMPARE(read->ID(), 42);
     QCOMPARE(read->GUID(), entry->GUID());
-    QVERIFY(read->summarizeRSSEntry());
     QCOMPARE(read->summarizeRSSSentenceCount(), 3);
-    QVERIFY(read->overridePermalinkName());
     QCOMPARE(read->overridePermalinkNameText(), QStringLiteral("lisbon-2"));
     QCOMPARE(read->categoryIDs(), (QList<int>{m_food, m_travel}));
     QCOMPARE(read->tags(), entry->tags());
-    QCOMPARE(read->podcast(), entry->podcast());
     QCOMPARE(read->customTags().size(), 1);
     QVERIFY(read->customTags().constFirst()->isEqual(*custom));
     QVERIFY(read->itunesTags() && read->itunesTags()->isEqual(*itunes));
     QVERIFY(read->podcastReference() && *read->podcastReference() == *entry->podcastReference());
     QCOMPARE(read->podcastOverride().value(QStringLiteral("size")).toInt(), 1000);
-    QVERIFY(read->movableTypeCategoryNames().isEmpty());
     // The reading registered the tags with the new plugin.
     QCOMPARE(tagCount(other, QStringLiteral("Portugal")), 1);
 }
 
-void tst_QFBlogEntry::statusIsStoredInverted_data()
+void tst_QFBlogEntry::readsStoredDictionary_data()
 {
-    QTest::addColumn<QVariant>("stored"); // null: the key is missing
+    QTest::addColumn<QVariantMap>("dictionary");
     QTest::addColumn<int>("status");
+    QTest::addColumn<QList<int>>("categoryIDs"); // -1 stands for the None category
 
-    QTest::newRow("stored 1: a draft") << QVariant(1) << 0;
-    QTest::newRow("stored 0: published") << QVariant(0) << 1;
-    QTest::newRow("missing: published") << QVariant() << 1;
-    QTest::newRow("stored true: a draft") << QVariant(true) << 0;
+    // "status" is stored inverted; index 1 is Travel (10), 30 is Music.
+    QTest::newRow("stored status 1: a draft") << QVariantMap{{"status", 1}} << 0 << QList<int>{-1};
+    QTest::newRow("stored status 0: published") << QVariantMap{{"status", 0}} << 1 << QList<int>{-1};
+    QTest::newRow("nothing: published, first category") << QVariantMap{} << 1 << QList<int>{-1};
+    QTest::newRow("one ID loses to the index")
+        << QVariantMap{{"categoryIndex", 1}, {"categoryIDs", QVariantList{30}}} << 1 << QList<int>{10};
+    QTest::newRow("two IDs replace the index")
+        << QVariantMap{{"categoryIndex", 1}, {"categoryIDs", QVariantList{30, 20}}} << 1 << QList<int>{30, 20};
+    QTest::newRow("index out of range: none") << QVariantMap{{"categoryIndex", 9}} << 1 << QList<int>{};
 }
 
-void tst_QFBlogEntry::statusIsStoredInverted()
+void tst_QFBlogEntry::readsStoredDictionary()
 {
-    QFETCH(QVariant, stored);
+    QFETCH(QVariantMap, dictionary);
     QFETCH(int, status);
+    QFETCH(QList<int>, categoryIDs);
+    if (categoryIDs == QList<int>{-1})
+        categoryIDs = {m_none};
 
-    QVariantMap dictionary{{QStringLiteral("title"), QStringLiteral("t")}};
-    if (!stored.isNull())
-        dictionary.insert(QStringLiteral("status"), stored);
     const auto entry = QFBlogEntry::blogEntryWithDictionary(dictionary, m_plugin.get());
     QVERIFY(entry);
     QCOMPARE(entry->status(), status);
     QCOMPARE(entry->isDraft(), status == 0);
     QCOMPARE(entry->dictionaryForEncoding().value(QStringLiteral("status")).toInt(), status == 0 ? 1 : 0);
-}
-
-void tst_QFBlogEntry::oneCategoryTravelsByIndex_data()
-{
-    QTest::addColumn<QVariant>("categoryIndex");
-    QTest::addColumn<QVariantList>("categoryIDs");
-    QTest::addColumn<QList<int>>("expected");
-
-    // Index 1 is Travel (10); 30 is Music.
-    QTest::newRow("one ID loses to the index") << QVariant(1) << QVariantList{30} << QList<int>{10};
-    QTest::newRow("two IDs replace the index") << QVariant(1) << QVariantList{30, 20} << QList<int>{30, 20};
-    QTest::newRow("duplicates dropped") << QVariant(1) << QVariantList{30, 30, 20} << QList<int>{30, 20};
-    QTest::newRow("nothing: the first category") << QVariant() << QVariantList{} << QList<int>{-1};
-    QTest::newRow("index out of range: none") << QVariant(9) << QVariantList{} << QList<int>{};
-}
-
-void tst_QFBlogEntry::oneCategoryTravelsByIndex()
-{
-    QFETCH(QVariant, categoryIndex);
-    QFETCH(QVariantList, categoryIDs);
-    QFETCH(QList<int>, expected);
-    if (expected == QList<int>{-1})
-        expected = {m_none};
-
-    QVariantMap dictionary;
-    if (!categoryIndex.isNull())
-        dictionary.insert(QStringLiteral("categoryIndex"), categoryIndex);
-    if (!categoryIDs.isEmpty())
-        dictionary.insert(QStringLiteral("categoryIDs"), categoryIDs);
-    const auto entry = QFBlogEntry::blogEntryWithDictionary(dictionary, m_plugin.get());
-    QVERIFY(entry);
-    QCOMPARE(entry->categoryIDs(), expected);
+    QCOMPARE(entry->categoryIDs(), categoryIDs);
 }
 
 void tst_QFBlogEntry::styledTitleBecomesPlain()
@@ -211,62 +177,36 @@ void tst_QFBlogEntry::styledTitleBecomesPlain()
     QFStyledText title(QStringLiteral("Bold "));
     title.append(QStringLiteral("move"), {{kQFItalicAttributeName, true}});
     QVariantMap dictionary{
-        {QStringLiteral("title"), QFCodingSupport::variantFromObject(std::make_shared<QFStyledText>(title))},
-        {QStringLiteral("entry"),
-         QFCodingSupport::variantFromObject(std::make_shared<QFStyledText>(QStringLiteral("Body text")))},
-    };
+        {QStringLiteral("title"), QFCodingSupport::variantFromObject(std::make_shared<QFStyledText>(title))}};
 
-    QFLogCapture log;
     const auto entry = QFBlogEntry::blogEntryWithDictionary(dictionary, m_plugin.get());
     QVERIFY(entry);
     QCOMPARE(entry->title(), QStringLiteral("Bold move"));
     QCOMPARE(dictionary.value(QStringLiteral("title")), QVariant(QStringLiteral("Bold move")));
-    QCOMPARE(log.lines(),
-             QStringList{QStringLiteral("Coverting title (Bold move, (null)) from NSAttributedString to NSString: Body text")});
 }
 
 void tst_QFBlogEntry::wrongTypeGivesNoPost_data()
 {
     QTest::addColumn<QString>("key");
     QTest::addColumn<QVariant>("value");
-    QTest::addColumn<QString>("typeName");
-    QTest::addColumn<QString>("expectedName");
 
-    const auto object = [](QFCodingPtr p) { return QFCodingSupport::variantFromObject(p); };
-    QTest::newRow("title as a number") << "title" << QVariant(5) << "int" << "QString";
-    QTest::newRow("body as a string") << "entry" << QVariant(QStringLiteral("x")) << "QString" << "QFStyledText";
-    QTest::newRow("summary as tags") << "entrySummary" << object(QFBlogCustomiTunesTags::tags())
-                                     << "QFBlogCustomiTunesTags" << "QFStyledText";
-    QTest::newRow("date as a string") << "date" << QVariant(QStringLiteral("yesterday")) << "QString" << "QDateTime";
-    QTest::newRow("podcast as a list") << "podcast" << QVariant(QVariantList{}) << "QVariantList" << "QString";
-    QTest::newRow("custom tags as a map") << "customTags" << QVariant(QVariantMap{}) << "QVariantMap" << "QVariantList";
-    QTest::newRow("iTunes tags as text") << "itunesTags" << QVariant(QStringLiteral("x")) << "QString"
-                                         << "QFBlogCustomiTunesTags";
-    QTest::newRow("reference as styled text") << "podcastReference" << object(std::make_shared<QFStyledText>())
-                                              << "QFStyledText" << "QFFileReference";
-    QTest::newRow("override as a list") << "podcastOverride" << QVariant(QVariantList{}) << "QVariantList" << "QVariantMap";
-    QTest::newRow("tags as text") << "tags" << QVariant(QStringLiteral("a, b")) << "QString" << "QVariantList";
+    QTest::newRow("title as a number") << "title" << QVariant(5);
+    QTest::newRow("body as a string") << "entry" << QVariant(QStringLiteral("x"));
+    QTest::newRow("date as a string") << "date" << QVariant(QStringLiteral("yesterday"));
+    QTest::newRow("reference as styled text") << "podcastReference"
+                                              << QFCodingSupport::variantFromObject(std::make_shared<QFStyledText>());
+    QTest::newRow("tags as text") << "tags" << QVariant(QStringLiteral("a, b"));
 }
 
 void tst_QFBlogEntry::wrongTypeGivesNoPost()
 {
     QFETCH(QString, key);
     QFETCH(QVariant, value);
-    QFETCH(QString, typeName);
-    QFETCH(QString, expectedName);
-
-    const QDateTime date(QDate(2008, 12, 24), QTime(18, 0, 5));
-    QVariantMap dictionary{{QStringLiteral("title"), QStringLiteral("Christmas")},
-                           {QStringLiteral("date"), date}};
-    dictionary.insert(key, value);
-    const QString title = key == QLatin1String("title") ? QStringLiteral("5") : QStringLiteral("Christmas");
-    const QString when = key == QLatin1String("date") ? QStringLiteral("yesterday")
-                                                      : QStringLiteral("2008-12-24 18:00:05 CET");
 
     QFLogCapture log;
-    QVERIFY(!QFBlogEntry::blogEntryWithDictionary(dictionary, m_plugin.get()));
-    QCOMPARE(log.lines(), QStringList{QStringLiteral("Dictionary has incorrect type for key %1 (type is %2, should be %3): %4 (%5)")
-                                          .arg(key, typeName, expectedName, title, when)});
+    QVERIFY(!QFBlogEntry::blogEntryWithDictionary({{QStringLiteral("title"), QStringLiteral("Christmas")}, {key, value}},
+                                                  m_plugin.get()));
+    QVERIFY2(log.contains(QStringLiteral("incorrect type for key %1 ").arg(key)), qPrintable(log.lines().join(u'\n')));
 }
 
 void tst_QFBlogEntry::guidIsMadeOnceAndKept()
@@ -278,13 +218,10 @@ void tst_QFBlogEntry::guidIsMadeOnceAndKept()
                 .match(guid)
                 .hasMatch());
     QCOMPARE(entry->GUID(), guid);
-    QCOMPARE(entry->property("GUID").toString(), guid);
     QVERIFY(newEntry()->GUID() != guid);
 
-    // The GUID made on reading is the one archived and read back.
     const auto read = QFBlogEntry::blogEntryWithDictionary(entry->dictionaryForEncoding(), m_plugin.get());
     QCOMPARE(read->GUID(), guid);
-    // A record without one gets a fresh one on first read.
     QVariantMap withoutGuid = entry->dictionaryForEncoding();
     withoutGuid.remove(QStringLiteral("guid"));
     const auto fresh = QFBlogEntry::blogEntryWithDictionary(withoutGuid, m_plugin.get());
@@ -292,22 +229,13 @@ void tst_QFBlogEntry::guidIsMadeOnceAndKept()
     QVERIFY(fresh->GUID() != guid);
 }
 
-void tst_QFBlogEntry::bodyReadsAreIndependentCopies()
+void tst_QFBlogEntry::cacheAttributeIsNotStored()
 {
     const auto entry = newEntry();
-    QVERIFY(!entry->entry());
     QFStyledText body(QStringLiteral("Cached body"), {{QStringLiteral("QFBlogEntryCacheData"), QByteArray("c")},
                                                       {kQFBoldAttributeName, true}});
     entry->setEntry(body);
     entry->setEntrySummary(body);
-
-    std::optional<QFStyledText> first = entry->entry();
-    const std::optional<QFStyledText> second = entry->entry();
-    QCOMPARE(first, second);
-    first->append(QStringLiteral(" edited"));
-    QCOMPARE(entry->entry()->plainString(), QStringLiteral("Cached body"));
-
-    // The cache attribute never reaches the stored body; the summary keeps it.
     QVERIFY(!entry->entry()->attribute(QStringLiteral("QFBlogEntryCacheData"), 0).isValid());
     QVERIFY(entry->entry()->attribute(kQFBoldAttributeName, 0).toBool());
     QVERIFY(entry->entrySummary()->attribute(QStringLiteral("QFBlogEntryCacheData"), 0).isValid());
@@ -324,23 +252,17 @@ void tst_QFBlogEntry::setTagsMovesCountsWithoutReporting()
     QSignalSpy changed(m_plugin.get(), &QFTextViewPluginClient::pluginChanged);
     entry->setTags(QFBlogTagList{b, c, c});
 
-    // One use of a less, one of c more: c counts once however often it is listed.
+    // One use of a less, one of c more, however often c is listed.
     QCOMPARE(counts.size(), 2);
     QCOMPARE(tagCount(*m_plugin, QStringLiteral("a")), 0);
     QCOMPARE(tagCount(*m_plugin, QStringLiteral("b")), 1);
     QCOMPARE(tagCount(*m_plugin, QStringLiteral("c")), 1);
-    // Only the plugin's own tag-count reports; the post adds none of its own.
     QCOMPARE(changed.size(), counts.size());
     QCOMPARE(entry->tags(), (QFBlogTagList{b, c, c}));
 }
 
-void tst_QFBlogEntry::addTagNeedsAList()
+void tst_QFBlogEntry::addTagToReadPost()
 {
-    const auto plain = newEntry();
-    plain->addTag(QFBlogTag(QStringLiteral("lost")));
-    QVERIFY(!plain->tags().has_value());
-    QVERIFY(m_plugin->knownTags().isEmpty());
-
     // Read posts always have a list (the record always holds "tagsDictionary").
     const auto read = QFBlogEntry::blogEntryWithDictionary(
         QVariantMap{{QStringLiteral("tagsDictionary"), QVariantList{}}}, m_plugin.get());
@@ -352,21 +274,17 @@ void tst_QFBlogEntry::addTagNeedsAList()
 void tst_QFBlogEntry::derivedCategoryValues_data()
 {
     QTest::addColumn<QList<int>>("ids"); // -1 stands for the None category
-    QTest::addColumn<QStringList>("withoutNone"); // empty: absent
     QTest::addColumn<QString>("names");
     QTest::addColumn<int>("index");
 
-    QTest::newRow("None alone") << QList<int>{-1} << QStringList{} << QString() << 0;
-    QTest::newRow("two real") << QList<int>{20, 10} << QStringList{"Food", "Travel"} << "Food, Travel" << 2;
-    QTest::newRow("None among others") << QList<int>{10, -1} << QStringList{"Travel"} << "Travel, None" << 1;
-    QTest::newRow("unknown first ID") << QList<int>{99, 30} << QStringList{"Music"} << "Music" << 2147483647;
-    QTest::newRow("no IDs") << QList<int>{} << QStringList{} << QString() << 0;
+    QTest::newRow("two real") << QList<int>{20, 10} << "Food, Travel" << 2;
+    QTest::newRow("None among others") << QList<int>{10, -1} << "Travel, None" << 1;
+    QTest::newRow("unknown first ID") << QList<int>{99, 30} << "Music" << 2147483647;
 }
 
 void tst_QFBlogEntry::derivedCategoryValues()
 {
     QFETCH(QList<int>, ids);
-    QFETCH(QStringList, withoutNone);
     QFETCH(QString, names);
     QFETCH(int, index);
     for (int &id : ids) {
@@ -376,13 +294,11 @@ void tst_QFBlogEntry::derivedCategoryValues()
 
     const auto entry = newEntry();
     entry->setCategoryIDs(ids);
-    const auto categories = entry->categoriesWithoutNone();
-    QCOMPARE(categories.has_value(), !withoutNone.isEmpty());
-    QStringList got;
-    for (const QFBlogCategoryPtr &category : categories.value_or(QList<QFBlogCategoryPtr>()))
-        got.append(category->categoryName());
-    QCOMPARE(got, withoutNone);
-    QCOMPARE(entry->categoryNames(), names.isNull() ? QString(QLatin1String("")) : names);
+    QStringList withoutNone;
+    for (const QFBlogCategoryPtr &category : entry->categoriesWithoutNone().value_or(QList<QFBlogCategoryPtr>()))
+        withoutNone.append(category->categoryName());
+    QCOMPARE(withoutNone.join(QStringLiteral(", ")), QString(names).remove(QStringLiteral(", None")));
+    QCOMPARE(entry->categoryNames(), names);
     QCOMPARE(entry->categoryIndex(), index);
 }
 

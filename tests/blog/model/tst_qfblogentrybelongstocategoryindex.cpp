@@ -29,7 +29,6 @@ void tst_QFBlogEntryBelongsToCategoryIndex::selectionState_data()
     QTest::newRow("empty selection: off") << QList<bool>{} << 0;
     QTest::newRow("one of two: mixed") << QList<bool>{false, true} << -1;
     QTest::newRow("all: on") << QList<bool>{true, true, true} << 1;
-    QTest::newRow("none: off") << QList<bool>{false, false} << 0;
 }
 
 void tst_QFBlogEntryBelongsToCategoryIndex::selectionState()

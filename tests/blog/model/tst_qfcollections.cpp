@@ -10,8 +10,6 @@ private slots:
     void stateFromNumberElements_data();
     void stateFromNumberElements();
     void arrayWithoutDuplicateElements();
-    void mapDropsEmptyResults();
-    void arrayFromObjectRepeat();
 };
 
 void tst_QFCollections::stateFromNumberElements_data()
@@ -23,7 +21,6 @@ void tst_QFCollections::stateFromNumberElements_data()
     QTest::newRow("one false: off") << QList<bool>{false} << 0;
     QTest::newRow("none: off") << QList<bool>{} << 0;
     QTest::newRow("false, true, false: mixed") << QList<bool>{false, true, false} << -1;
-    QTest::newRow("true then false: mixed") << QList<bool>{true, true, false} << -1;
 }
 
 void tst_QFCollections::stateFromNumberElements()
@@ -50,24 +47,6 @@ void tst_QFCollections::arrayWithoutDuplicateElements()
     };
     QCOMPARE(QFCollections::arrayWithoutDuplicateElements(names, ignoringCase),
              (QStringList{QStringLiteral("News"), QStringLiteral("Misc")}));
-}
-
-void tst_QFCollections::mapDropsEmptyResults()
-{
-    const QList<int> numbers{1, 2, 3, 4, 5};
-    const QList<int> odd = QFCollections::map(numbers, [](int n) -> std::optional<int> {
-        if (n % 2 == 0)
-            return std::nullopt;
-        return n * 10;
-    });
-    QCOMPARE(odd, (QList<int>{10, 30, 50}));
-}
-
-void tst_QFCollections::arrayFromObjectRepeat()
-{
-    QCOMPARE(QFCollections::arrayFromObjectRepeat(QStringLiteral("x"), 3),
-             (QList<QString>{QStringLiteral("x"), QStringLiteral("x"), QStringLiteral("x")}));
-    QVERIFY(QFCollections::arrayFromObjectRepeat(QStringLiteral("x"), 0).isEmpty());
 }
 
 QTEST_GUILESS_MAIN(tst_QFCollections)

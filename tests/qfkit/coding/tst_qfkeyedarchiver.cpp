@@ -12,7 +12,6 @@
 
 namespace {
 
-// A styled-text-like leaf: text plus a dictionary of attributes.
 class TestRun final : public QFCoding
 {
 public:
@@ -34,7 +33,6 @@ public:
     }
 };
 
-// A post-like object with scalar keys and a list of runs.
 class TestDocument final : public QFCoding
 {
 public:
@@ -73,8 +71,7 @@ public:
     }
 };
 
-// Writes whatever keys it is given; its factory reads the key "value" every
-// way there is, as model code reading an old or foreign archive would.
+// Writes whatever keys it is given; its factory reads the key "value" every way there is.
 class TestProbe final : public QFCoding
 {
 public:
@@ -102,13 +99,6 @@ public:
         probe->contained = coder.containsValue(key);
         return probe;
     }
-};
-
-class TestSequentialOnly final : public QFCoding
-{
-public:
-    QString codingClassName() const override { return QStringLiteral("TestKeyedSequentialOnly"); }
-    void encodeWithCoder(QFArchiver &) const override { }
 };
 
 QByteArray header()
@@ -142,8 +132,6 @@ class tst_QFKeyedArchiver : public QObject
 
 private slots:
     void initTestCase();
-    void roundTripsRootValue_data();
-    void roundTripsRootValue();
     void nestedObjectsRoundTrip();
     void readsKeyDefensively_data();
     void readsKeyDefensively();
@@ -160,30 +148,6 @@ void tst_QFKeyedArchiver::initTestCase()
     registry.registerKeyed(QStringLiteral("TestKeyedRun"), &TestRun::decode);
     registry.registerKeyed(QStringLiteral("TestKeyedDocument"), &TestDocument::decode);
     registry.registerKeyed(QStringLiteral("TestKeyedProbe"), &TestProbe::decode);
-}
-
-void tst_QFKeyedArchiver::roundTripsRootValue_data()
-{
-    QTest::addColumn<QVariant>("written");
-    QTest::addColumn<QVariant>("expected");
-
-    QTest::newRow("nil") << QVariant() << QVariant();
-    QTest::newRow("list of maps")
-        << QVariant(QVariantList {QVariantMap {{QStringLiteral("tagName"), QStringLiteral("news")}}, QVariantMap()})
-        << QVariant(QVariantList {QVariantMap {{QStringLiteral("tagName"), QStringLiteral("news")}}, QVariantMap()});
-    QTest::newRow("plain map with a class-like key")
-        << QVariant(QVariantMap {{QStringLiteral("$class"), QStringLiteral("TestKeyedRun")}})
-        << QVariant(QVariantMap {{QStringLiteral("$class"), QStringLiteral("TestKeyedRun")}});
-}
-
-void tst_QFKeyedArchiver::roundTripsRootValue()
-{
-    QFETCH(QVariant, written);
-    QFETCH(QVariant, expected);
-
-    const QVariant read = QFKeyedUnarchiver::unarchiveObjectWithData(QFKeyedArchiver::archivedDataWithRootObject(written));
-    QCOMPARE(read.metaType(), expected.metaType());
-    QCOMPARE(read, expected);
 }
 
 void tst_QFKeyedArchiver::nestedObjectsRoundTrip()
@@ -216,6 +180,10 @@ void tst_QFKeyedArchiver::nestedObjectsRoundTrip()
         QVERIFY(read->runs.at(0)->attributes.isEmpty());
         QCOMPARE(read->runs.at(1)->attributes, document->runs.at(1)->attributes);
     }
+
+    // A plain map whose key looks like the object marker stays a map.
+    const QVariant plain(QVariantList {QVariant(), QVariantMap {{QStringLiteral("$class"), QStringLiteral("TestKeyedRun")}}});
+    QCOMPARE(QFKeyedUnarchiver::unarchiveObjectWithData(QFKeyedArchiver::archivedDataWithRootObject(plain)), plain);
 }
 
 void tst_QFKeyedArchiver::readsKeyDefensively_data()
@@ -230,18 +198,9 @@ void tst_QFKeyedArchiver::readsKeyDefensively_data()
     QTest::newRow("missing key") << QVariantMap {{QStringLiteral("other"), 5}} << false << qint64(0) << 0.0 << false;
     QTest::newRow("stored nil") << QVariantMap {{key, QVariant()}} << false << qint64(0) << 0.0 << true;
     QTest::newRow("true") << QVariantMap {{key, true}} << true << qint64(1) << 1.0 << true;
-    QTest::newRow("false") << QVariantMap {{key, false}} << false << qint64(0) << 0.0 << true;
     QTest::newRow("integer") << QVariantMap {{key, 7}} << true << qint64(7) << 7.0 << true;
-    QTest::newRow("zero") << QVariantMap {{key, 0}} << false << qint64(0) << 0.0 << true;
     QTest::newRow("double truncates") << QVariantMap {{key, -2.75}} << true << qint64(-2) << -2.75 << true;
-    QTest::newRow("double beyond qint64") << QVariantMap {{key, 1e300}} << true << qint64(0) << 1e300 << true;
-    QTest::newRow("quint64 beyond qint64") << QVariantMap {{key, std::numeric_limits<quint64>::max()}} << true
-                                           << qint64(0) << double(std::numeric_limits<quint64>::max()) << true;
-    QTest::newRow("numeric string") << QVariantMap {{key, QStringLiteral("5")}} << false << qint64(0) << 0.0 << true;
-    QTest::newRow("yes string") << QVariantMap {{key, QStringLiteral("YES")}} << false << qint64(0) << 0.0 << true;
     QTest::newRow("list") << QVariantMap {{key, QVariantList {1}}} << false << qint64(0) << 0.0 << true;
-    QTest::newRow("map") << QVariantMap {{key, QVariantMap {{key, 1}}}} << false << qint64(0) << 0.0 << true;
-    QTest::newRow("date") << QVariantMap {{key, QDateTime::currentDateTime()}} << false << qint64(0) << 0.0 << true;
 }
 
 void tst_QFKeyedArchiver::readsKeyDefensively()
@@ -279,9 +238,6 @@ void tst_QFKeyedArchiver::refusesUnwritableObject_data()
 
     QTest::newRow("reserved key") << QVariant::fromValue(QFCodingPtr(reserved)) << QStringLiteral("$class");
     QTest::newRow("value of an unknown type") << QVariant::fromValue(QFCodingPtr(unsupported)) << QStringLiteral("type");
-    QTest::newRow("object without a keyed form")
-        << QVariant(QVariantMap {{QStringLiteral("x"), QVariant::fromValue(QFCodingPtr(std::make_shared<TestSequentialOnly>()))}})
-        << QStringLiteral("TestKeyedSequentialOnly");
     QTest::newRow("object that contains itself") << QVariant::fromValue(QFCodingPtr(cycle)) << QStringLiteral("512");
 }
 
@@ -297,7 +253,6 @@ void tst_QFKeyedArchiver::refusesUnwritableObject()
         QCOMPARE(e.name(), QStringLiteral("Archive Error"));
         QVERIFY2(e.reason().contains(reasonContains), qPrintable(e.reason()));
     }
-    // The self-containing probe holds itself; let it go.
     if (const auto probe = QFCodingSupport::objectOfClass<TestProbe>(root))
         probe->written.clear();
 }
@@ -312,28 +267,17 @@ void tst_QFKeyedArchiver::rejectsMalformedData_data()
     const QByteArray good = QFKeyedArchiver::archivedDataWithRootObject(*sampleDocument());
 
     QTest::newRow("empty") << QByteArray() << malformed << QStringLiteral("byte 0");
-    QTest::newRow("wrong magic") << QByteArray("bplist00") << malformed << QStringLiteral("byte 0");
     QTest::newRow("sequential archive") << QByteArray("QFAR\x01\xf6", 6) << malformed << QStringLiteral("sequential");
-    QTest::newRow("header only") << header() << malformed << QStringLiteral("byte 5");
-    QTest::newRow("cut in the middle") << good.left(good.size() / 2) << malformed << QStringLiteral("byte");
     QTest::newRow("cut before the last byte") << good.left(good.size() - 1) << malformed << QStringLiteral("byte");
-    QTest::newRow("garbled class tag") << QByteArray(good).replace(6, 1, "\xff") << malformed << QStringLiteral("byte");
     QTest::newRow("trailing bytes") << good + QByteArray("\x00", 1) << malformed
                                     << QStringLiteral("byte %1").arg(good.size());
     QTest::newRow("date holding a string") << header() + QByteArray("\xc1\x64" "2008", 6) << malformed
                                            << QStringLiteral("date");
-    QTest::newRow("class name that is a number")
-        << header() + QByteArray("\xd9\x51\x46\xa1\x66$class\x05", 12) << malformed << QStringLiteral("class name");
-    QTest::newRow("object that is a list") << header() + QByteArray("\xd9\x51\x46\x81\x01", 5) << malformed
-                                           << QStringLiteral("byte 5");
     QTest::newRow("nesting too deep") << header() + QByteArray(600, '\x81') + QByteArray("\xf6", 1)
                                       << malformed << QStringLiteral("byte");
     QTest::newRow("unknown class")
         << header() + QByteArray("\xd9\x51\x46\xa2\x66$class\x66Gadget\x64size\x02", 24)
         << QStringLiteral("Unknown Class") << QStringLiteral("\"Gadget\"");
-    QTest::newRow("unknown class nested in a list")
-        << header() + QByteArray("\x82\xf6\xd9\x51\x46\xa1\x66$class\x66Gadget", 20)
-        << QStringLiteral("Unknown Class") << QStringLiteral("byte 7");
 }
 
 void tst_QFKeyedArchiver::rejectsMalformedData()

@@ -17,7 +17,6 @@ private slots:
     void answers();
     void commandLineOutput_data();
     void commandLineOutput();
-    void setPresenterReturnsThePreviousOne();
 };
 
 namespace {
@@ -72,10 +71,8 @@ void tst_QFAlert::answers_data()
 
     const QStringList okCancel{QStringLiteral("OK"), QStringLiteral("Cancel")};
     QTest::newRow("nothing queued: default button") << okCancel << QList<int>{} << QList<int>{0, 0};
-    QTest::newRow("second button") << okCancel << QList<int>{1} << QList<int>{1, 0};
     QTest::newRow("queue used in order") << okCancel << QList<int>{1, 0, 1} << QList<int>{1, 0, 1};
     QTest::newRow("out of range is the default") << okCancel << QList<int>{2, 1} << QList<int>{0, 1};
-    QTest::newRow("negative is the default") << okCancel << QList<int>{-1} << QList<int>{0};
     QTest::newRow("implicit OK has one button") << QStringList{} << QList<int>{1} << QList<int>{0};
 }
 
@@ -115,7 +112,6 @@ void tst_QFAlert::commandLineOutput_data()
     QTest::newRow("title and message")
         << request(QStringLiteral("Export Errors"), QStringLiteral("podcast.mp3 is missing"), {}) << -1
         << "Export Errors: podcast.mp3 is missing\n";
-    QTest::newRow("message only") << request(QStringLiteral("Done"), QString(), {}) << -1 << "Done\n";
     QTest::newRow("warning with a choice, default taken")
         << request(QStringLiteral("addPodcastLink"), QStringLiteral("Add a link?"),
                    {QStringLiteral("OK"), QStringLiteral("Cancel")}, Style::Warning)
@@ -140,18 +136,6 @@ void tst_QFAlert::commandLineOutput()
     QFAlert::setPresenter(&presenter);
     QCOMPARE(QFAlert::runAlert(alert), qMax(queued, 0));
     QCOMPARE(output, expected);
-}
-
-void tst_QFAlert::setPresenterReturnsThePreviousOne()
-{
-    QFRecordingAlertPresenter first;
-    QFRecordingAlertPresenter second;
-    QCOMPARE(QFAlert::setPresenter(&first), nullptr);
-    QCOMPARE(QFAlert::setPresenter(&second), &first);
-    QCOMPARE(QFAlert::presenter(), &second);
-    QFAlert::runInfoAlert(QStringLiteral("t"), QStringLiteral("m"));
-    QVERIFY(first.requests().isEmpty());
-    QCOMPARE(second.requests().size(), 1);
 }
 
 QTEST_GUILESS_MAIN(tst_QFAlert)

@@ -53,47 +53,29 @@ void tst_QFCalendarFormat::format_data()
 
     const QLocale c = QLocale::c();
     QTest::newRow("%a short weekday") << winter << "%a" << c << "Thu";
-    QTest::newRow("%A full weekday") << summerMidnight << "%A" << c << "Friday";
     QTest::newRow("%b short month") << winter << "%b" << c << "Jan";
-    QTest::newRow("%B full month") << summerMidnight << "%B" << c << "July";
     QTest::newRow("%d two digits") << earlyMarch << "%d" << c << "05";
     QTest::newRow("%e space padded") << earlyMarch << "%e" << c << " 5";
-    QTest::newRow("%H afternoon") << winter << "%H" << c << "15";
     QTest::newRow("%I afternoon") << winter << "%I" << c << "03";
     QTest::newRow("%I midnight is 12") << summerMidnight << "%I" << c << "12";
-    QTest::newRow("%I noon is 12") << noonLastDay << "%I" << c << "12";
     QTest::newRow("%p midnight is AM") << summerMidnight << "%p" << c << "AM";
-    QTest::newRow("%p noon is PM") << noonLastDay << "%p" << c << "PM";
-    QTest::newRow("%j January") << winter << "%j" << c << "031";
-    QTest::newRow("%j March, not leap") << earlyMarch << "%j" << c << "064";
     QTest::newRow("%j last day of leap year") << noonLastDay << "%j" << c << "366";
-    QTest::newRow("%y") << earlyMarch << "%y" << c << "09";
-    QTest::newRow("%Y") << winter << "%Y" << c << "2008";
     QTest::newRow("%z winter") << winter << "%z" << c << "+0100";
     QTest::newRow("%z summer") << summerMidnight << "%z" << c << "+0200";
-    QTest::newRow("%Z winter") << winter << "%Z" << c << "CET";
     QTest::newRow("%Z summer") << summerMidnight << "%Z" << c << "CEST";
     QTest::newRow("%% and literals") << winter << "100%% on %d." << c << "100% on 31.";
     QTest::newRow("unknown specifier kept") << winter << "%q%Y" << c << "%q2008";
-    QTest::newRow("trailing percent kept") << winter << "%Y%" << c << "2008%";
 
     QTest::newRow("feed item date, winter")
         << winter << "%Y-%m-%dT%H:%M:%S%z" << c << "2008-01-31T15:04:05+0100";
-    QTest::newRow("feed item date, summer")
-        << summerMidnight << "%Y-%m-%dT%H:%M:%S%z" << c << "2008-07-04T00:00:09+0200";
     QTest::newRow("feed build date, winter")
         << winter << "%a, %d %b %Y %H:%M:%S %z" << c << "Thu, 31 Jan 2008 15:04:05 +0100";
-    QTest::newRow("feed build date, summer")
-        << summerMidnight << "%a, %d %b %Y %H:%M:%S %z" << c << "Fri, 04 Jul 2008 00:00:09 +0200";
     QTest::newRow("UTC date shown in local time")
         << QDateTime(QDate(2008, 1, 31), QTime(14, 4, 5), Qt::UTC) << "%H:%M %z" << c << "15:04 +0100";
     QTest::newRow("invalid date gives nothing") << QDateTime() << "%Y" << c << "";
 
-    QTest::newRow("week archive, C") << winter << "%d %B %Y" << c << "31 January 2008";
     QTest::newRow("week archive, German") << winter << "%d %B %Y" << german << "31 Januar 2008";
-    QTest::newRow("month archive, C") << earlyMarch << "%b %Y" << c << "Mar 2009";
     QTest::newRow("month archive, German") << earlyMarch << "%b %Y" << german << "März 2009";
-    QTest::newRow("month archive, German abbreviated") << winter << "%b %Y" << german << "Jan. 2008";
     QTest::newRow("German weekday") << winter << "%A, %e. %B" << german << "Donnerstag, 31. Januar";
 }
 
@@ -121,66 +103,41 @@ void tst_QFCalendarFormat::parse_data()
 
     // Imported dates: 12-hour clock first, 24-hour clock as the fallback.
     QTest::newRow("12h afternoon") << "01/31/2008 03:04:05 PM" << mt12 << c << local(2008, 1, 31, 15, 4, 5);
-    QTest::newRow("12h morning") << "01/31/2008 03:04:05 AM" << mt12 << c << local(2008, 1, 31, 3, 4, 5);
     QTest::newRow("12 AM is midnight") << "01/31/2008 12:04:05 AM" << mt12 << c << local(2008, 1, 31, 0, 4, 5);
-    QTest::newRow("12 PM is noon") << "01/31/2008 12:04:05 PM" << mt12 << c << local(2008, 1, 31, 12, 4, 5);
     QTest::newRow("lower-case pm") << "01/31/2008 03:04:05 pm" << mt12 << c << local(2008, 1, 31, 15, 4, 5);
-    QTest::newRow("single-digit month and day") << "1/5/2008 3:04:05 PM" << mt12 << c << local(2008, 1, 5, 15, 4, 5);
     QTest::newRow("24h") << "01/31/2008 15:04:05" << mt24 << c << local(2008, 1, 31, 15, 4, 5);
     QTest::newRow("ISO date fails 12h") << "2008-01-31" << mt12 << c << no;
     QTest::newRow("ISO date fails 24h") << "2008-01-31" << mt24 << c << no;
-    QTest::newRow("missing AM/PM") << "01/31/2008 03:04:05" << mt12 << c << no;
     QTest::newRow("24h text with AM/PM after it") << "01/31/2008 03:04:05 PM" << mt24 << c << no;
     QTest::newRow("hour 13 on a 12h clock") << "01/31/2008 13:04:05 PM" << mt12 << c << no;
-    QTest::newRow("hour 0 on a 12h clock") << "01/31/2008 00:04:05 AM" << mt12 << c << no;
-    QTest::newRow("afternoon hour marked AM") << "15:00 AM" << "%H:%M %p" << c << no;
-    QTest::newRow("wrong literal") << "01-31-2008 03:04:05 PM" << mt12 << c << no;
     QTest::newRow("extra trailing text") << "01/31/2008 03:04:05 PM GMT" << mt12 << c << no;
-    QTest::newRow("month 13") << "13/01/2008 03:04:05 PM" << mt12 << c << no;
     QTest::newRow("31 February") << "02/31/2008 03:04:05 PM" << mt12 << c << no;
-    QTest::newRow("29 February, leap year") << "02/29/2008 15:00:00" << mt24 << c << local(2008, 2, 29, 15);
     QTest::newRow("29 February, common year") << "02/29/2007 15:00:00" << mt24 << c << no;
-    QTest::newRow("minute 60") << "01/31/2008 15:60:00" << mt24 << c << no;
-    QTest::newRow("three-digit month") << "2008-001-31" << "%Y-%m-%d" << c << no;
-    QTest::newRow("five-digit year") << "12008-01-31" << "%Y-%m-%d" << c << no;
     QTest::newRow("empty text") << "" << mt24 << c << no;
-    QTest::newRow("format without conversions") << "hello" << "hello" << c << no;
 
     // Offsets: the instant is kept, the result is local time.
-    QTest::newRow("%z winter, local offset") << "2008-01-31T15:04:05+0100" << iso << c << local(2008, 1, 31, 15, 4, 5);
     QTest::newRow("%z winter, UTC") << "2008-01-31T14:04:05+0000" << iso << c << local(2008, 1, 31, 15, 4, 5);
-    QTest::newRow("%z summer, local offset") << "2008-07-04T00:00:09+0200" << iso << c << local(2008, 7, 4, 0, 0, 9);
     QTest::newRow("%z summer, crosses midnight") << "2008-07-03T17:00:09-0500" << iso << c << local(2008, 7, 4, 0, 0, 9);
-    QTest::newRow("%z with colon") << "2008-07-04T00:00:09+02:00" << iso << c << local(2008, 7, 4, 0, 0, 9);
     QTest::newRow("%z as Z") << "2008-07-03T22:00:09Z" << iso << c << local(2008, 7, 4, 0, 0, 9);
     QTest::newRow("%z out of range") << "2008-07-04T00:00:09+2500" << iso << c << no;
     QTest::newRow("feed build date")
         << "Thu, 31 Jan 2008 15:04:05 +0100" << "%a, %d %b %Y %H:%M:%S %z" << c << local(2008, 1, 31, 15, 4, 5);
     QTest::newRow("%Z UTC") << "2008-07-03 22:00:09 UTC" << "%Y-%m-%d %H:%M:%S %Z" << c << local(2008, 7, 4, 0, 0, 9);
-    QTest::newRow("%Z local summer") << "2008-07-04 00:00:09 CEST" << "%Y-%m-%d %H:%M:%S %Z" << c << local(2008, 7, 4, 0, 0, 9);
     QTest::newRow("%Z unknown zone") << "2008-07-04 00:00:09 XYZ" << "%Y-%m-%d %H:%M:%S %Z" << c << no;
 
-    // Archive titles, English and German.
+    // Archive titles.
     QTest::newRow("day title") << "31 January 2008" << "%d %B %Y" << c << local(2008, 1, 31);
-    QTest::newRow("day title, short name accepted") << "31 Jan 2008" << "%d %B %Y" << c << local(2008, 1, 31);
     QTest::newRow("month title") << "Mar 2009" << "%b %Y" << c << local(2009, 3, 1);
-    QTest::newRow("year title") << "2009" << "%Y" << c << local(2009, 1, 1);
     QTest::newRow("German day title") << "31 Januar 2008" << "%d %B %Y" << german << local(2008, 1, 31);
     QTest::newRow("German month title") << "März 2009" << "%b %Y" << german << local(2009, 3, 1);
-    QTest::newRow("German month, upper case") << "MÄRZ 2009" << "%b %Y" << german << local(2009, 3, 1);
-    QTest::newRow("German year title") << "2009" << "%Y" << german << local(2009, 1, 1);
     QTest::newRow("German abbreviation with dot") << "Jan. 2008" << "%b %Y" << german << local(2008, 1, 1);
     QTest::newRow("English name in German") << "March 2009" << "%B %Y" << german << no;
-    QTest::newRow("unknown month name") << "Janvier 2008" << "%B %Y" << c << no;
 
     // The other numeric fields.
     QTest::newRow("%j last day of leap year") << "2008 366" << "%Y %j" << c << local(2008, 12, 31);
-    QTest::newRow("%j 366 in a common year") << "2007 366" << "%Y %j" << c << no;
     QTest::newRow("%e space padded") << " 5 Mar 2009" << "%e %b %Y" << c << local(2009, 3, 5);
-    QTest::newRow("%y this century") << "08-01-31" << "%y-%m-%d" << c << local(2008, 1, 31);
     QTest::newRow("%y last century") << "99-01-31" << "%y-%m-%d" << c << local(1999, 1, 31);
     QTest::newRow("no year means 2000") << "29 Feb" << "%d %b" << c << local(2000, 2, 29);
-    QTest::newRow("%% literal") << "100% 2008" << "100%% %Y" << c << local(2008, 1, 1);
     QTest::newRow("clock change gap moves forward") << "2008-03-30 02:30:00" << "%Y-%m-%d %H:%M:%S" << c
                                                      << local(2008, 3, 30, 3, 30, 0);
 }

@@ -60,19 +60,6 @@ public:
     }
 };
 
-// Only the relative answer, as most pages give.
-class PlainResolver : public QFLinkResolver
-{
-public:
-    std::optional<QString> hrefForInternalLink(const QFLink &link, int depthCorrection) const override
-    {
-        return m_site.hrefForInternalLink(link, depthCorrection);
-    }
-
-private:
-    SiteResolver m_site;
-};
-
 QString exportBody(const QFStyledText &text, const QFLinkResolver *resolver = nullptr, int depth = 0,
                    int linkStyle = 0)
 {
@@ -138,43 +125,23 @@ void tst_QFHTMLExporter::blocks_data()
     QTest::addColumn<QFStyledText>("text");
     QTest::addColumn<QString>("expected");
 
-    QTest::newRow("empty") << QFStyledText() << "";
     QTest::newRow("each line a paragraph, blank lines dropped")
         << QFStyledText("one\n\n  \ntwo\r\nthree") << "<p>one</p>\n<p>two</p>\n<p>three</p>\n";
-    QTest::newRow("line separator is a break") << QFStyledText(u"a\u2028b"_qs) << "<p>a<br />b</p>\n";
     QTest::newRow("overlapping styles nest")
         << QFStyledText("a", kBold).append("b", {{kQFBoldAttributeName, true}, {kQFItalicAttributeName, true}})
                .append("c", kItalic)
         << "<p><strong>a<em>b</em></strong><em>c</em></p>\n";
-    QTest::newRow("style spanning lines closes per paragraph")
-        << QFStyledText("x\ny", {{kQFUnderlineAttributeName, true}}) << "<p><u>x</u></p>\n<p><u>y</u></p>\n";
-    QTest::newRow("false attributes write nothing")
-        << QFStyledText("plain", {{kQFBoldAttributeName, false}, {kQFFontAttributeName, QVariantMap()}})
-        << "<p>plain</p>\n";
-    QTest::newRow("tool tip without a link")
-        << QFStyledText("tip", {{kQFToolTipAttributeName, "say \"hi\""}}) << "<p><span title=\"say &quot;hi&quot;\">tip</span></p>\n";
     QTest::newRow("inline raw stays in its paragraph")
         << QFStyledText("See ", kBold).append("<abbr>HTML</abbr>", kRaw).append(" now", kBold)
         << "<p><strong>See </strong><abbr>HTML</abbr><strong> now</strong></p>\n";
-    QTest::newRow("raw-only line is not wrapped")
-        << QFStyledText("<hr />", kRaw).append("\nafter") << "<hr />\n<p>after</p>\n";
     QTest::newRow("multi-line raw ends the paragraph")
         << QFStyledText("before ").append("<pre>\n1 < 2\n</pre>", kRaw).append(" after")
         << "<p>before </p>\n<pre>\n1 < 2\n</pre>\n<p> after</p>\n";
-    QTest::newRow("raw wins over a directive")
-        << QFStyledText("*x*", {{kQFTextViewIgnoreFormattingAttributeName, true},
-                                {kQFTextViewMarkupDirectivesAttributeName,
-                                 QVariantMap{{kQFMarkupDirectiveMarkdownKey, "Markdown"}}}})
-        << "*x*\n";
     QTest::newRow("textile is escaped text")
         << QFStyledText("h1. Title & more\n\n*bold*", {{kQFTextViewMarkupDirectivesAttributeName,
                                                        QVariantMap{{kQFMarkupDirectiveNameKey, "filter"},
                                                                    {kQFMarkupDirectiveStyleKey, "Textile"}}}})
         << "<p>h1. Title &amp; more</p>\n<p>*bold*</p>\n";
-    QTest::newRow("markdown flavour value does not matter")
-        << QFStyledText("intro ").append("- a\n- b", {{kQFTextViewMarkupDirectivesAttributeName,
-                                                      QVariantMap{{kQFMarkupDirectiveMarkdownKey, "MultiMarkdown"}}}})
-        << "<p>intro </p>\n<ul>\n<li>a</li>\n<li>b</li>\n</ul>\n";
     QTest::newRow("object character without attachment is dropped")
         << QFStyledText(u"a\uFFFCb\n\uFFFC"_qs) << "<p>ab</p>\n";
 }
@@ -197,24 +164,17 @@ void tst_QFHTMLExporter::links_data()
     const QVariantMap permalink = linkTo(QFLink::internalLink("page-1", "permalink:7"), "Tom & Jerry");
     QTest::newRow("internal, depth 0")
         << permalink << "site" << 0 << 0 << "<a href=\"files/permalink-7.html\" title=\"Tom &amp; Jerry\">text</a>";
-    QTest::newRow("internal, depth 1") << permalink << "site" << 1 << 0
-                                       << "<a href=\"permalink-7.html\" title=\"Tom &amp; Jerry\">text</a>";
     QTest::newRow("internal, absolute style")
         << permalink << "site" << 0 << 2
         << "<a href=\"https://example.org/blog/files/permalink-7.html\" title=\"Tom &amp; Jerry\">text</a>";
-    QTest::newRow("absolute asked of a plain resolver gives relative")
-        << permalink << "plain" << 0 << 2 << "<a href=\"files/permalink-7.html\" title=\"Tom &amp; Jerry\">text</a>";
     QTest::newRow("internal to a missing page is text")
         << linkTo(QFLink::internalLink("gone")) << "site" << 0 << 0 << "text";
     QTest::newRow("internal without a resolver is text") << permalink << "none" << 0 << 0
                                                          << "<span title=\"Tom &amp; Jerry\">text</span>";
-    QTest::newRow("external URL escaped")
-        << linkTo(QFLink::externalLink("http://x.org/?a=1&b=\"2\"")) << "none" << 1 << 2
-        << "<a href=\"http://x.org/?a=1&amp;b=&quot;2&quot;\">text</a>";
-    QVariantMap boldLink = linkTo(QFLink::externalLink("http://x.org/"));
+    QVariantMap boldLink = linkTo(QFLink::externalLink("http://x.org/?a=1&b=\"2\""));
     boldLink.insert(kQFBoldAttributeName, true);
-    QTest::newRow("bold inside the link")
-        << boldLink << "none" << 0 << 0 << "<a href=\"http://x.org/\"><strong>text</strong></a>";
+    QTest::newRow("external URL escaped, bold inside the link")
+        << boldLink << "none" << 0 << 0 << "<a href=\"http://x.org/?a=1&amp;b=&quot;2&quot;\"><strong>text</strong></a>";
 }
 
 void tst_QFHTMLExporter::links()
@@ -226,10 +186,7 @@ void tst_QFHTMLExporter::links()
     QFETCH(QString, expected);
 
     SiteResolver site;
-    PlainResolver plain;
-    const QFLinkResolver *chosen = resolver == "site" ? static_cast<const QFLinkResolver *>(&site)
-                                 : resolver == "plain" ? &plain
-                                                       : nullptr;
+    const QFLinkResolver *chosen = resolver == "site" ? &site : nullptr;
     QCOMPARE(exportBody(QFStyledText("text", attributes), chosen, depth, linkStyle), "<p>" + expected + "</p>\n");
 }
 
@@ -245,14 +202,9 @@ void tst_QFHTMLExporter::imageNames_data()
     const QByteArray png = imageBytes("PNG", 2, 5);
     QTest::newRow("no images folder: bare name")
         << "" << "p" << png << "a.png" << "p_1.png" << "<img src=\"p_1.png\" alt=\"a.png\" width=\"2\" height=\"5\" />";
-    QTest::newRow("folder gets a slash")
-        << "files" << "p" << png << "a.png" << "p_1.png"
-        << "<img src=\"files/p_1.png\" alt=\"a.png\" width=\"2\" height=\"5\" />";
     QTest::newRow("folder with slash kept")
         << "https://example.org/blog/files/" << "p" << png << "a.png" << "p_1.png"
         << "<img src=\"https://example.org/blog/files/p_1.png\" alt=\"a.png\" width=\"2\" height=\"5\" />";
-    QTest::newRow("extension from the name, lower-cased")
-        << "" << "p" << png << "Shot.PNG" << "p_1.png" << "<img src=\"p_1.png\" alt=\"Shot.PNG\" width=\"2\" height=\"5\" />";
     QTest::newRow("no name: sniffed gif")
         << "" << "p" << kTinyGIF << "" << "p_1.gif" << "<img src=\"p_1.gif\" alt=\"\" width=\"1\" height=\"1\" />";
     QTest::newRow("unreadable data: png, no size")
@@ -340,10 +292,8 @@ void tst_QFHTMLExporter::templateReplacement_data()
     QTest::addColumn<QString>("tag");
     QTest::addColumn<QString>("expected");
 
-    QTest::newRow("template is just the tag") << "%blog_entry12%" << "blog_entry12" << "<p>Hi</p>\n";
     QTest::newRow("every occurrence, others kept")
         << "<div>%c%</div>%c%%other%" << "c" << "<div><p>Hi</p>\n</div><p>Hi</p>\n%other%";
-    QTest::newRow("tag absent") << "<hr />" << "c" << "<hr />";
     QTest::newRow("similar tag not touched") << "%blog_entry1%" << "blog_entry12" << "%blog_entry1%";
 }
 
