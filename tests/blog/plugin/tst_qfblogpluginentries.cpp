@@ -1,0 +1,544 @@
+#include "blog/model/qfblogentry.h"
+#include "blog/plugin/qfblogentryarraycontroller.h"
+#include "blog/plugin/qfblogplugin.h"
+#include "blog/plugin/qfblogpluginindexes.h"
+#include "qfkit/document/qfsitedocument.h"
+#include "qfkit/support/qfalert.h"
+#include "qfkit/support/qfbundle.h"
+#include "qfkit/support/qflog.h"
+#include "qfkit/support/qfrecordingalertpresenter.h"
+#include "qfkit/text/qfstyledtext.h"
+
+#include <QSignalSpy>
+#include <QUndoStack>
+#include <QtTest>
+
+using IDList = QList<int>;
+
+class tst_QFBlogPluginEntries : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void init();
+
+    void firstPostOfANewBlogHasIDZero();
+    void newPostsAreNeverHiddenByASearch_data();
+    void newPostsAreNeverHiddenByASearch();
+    void currentEntry_data();
+    void currentEntry();
+    void postForPostID_data();
+    void postForPostID();
+
+    void removingPosts_data();
+    void removingPosts();
+    void undoOfRemovalBringsThePostsBackRenumbered();
+    void undoOfAddingRemovesThePosts();
+
+    void nullSeparatorGivesNoTextBetweenDateParts_data();
+    void nullSeparatorGivesNoTextBetweenDateParts();
+    void feedSummaryOfTheCurrentPost_data();
+    void feedSummaryOfTheCurrentPost();
+
+    void addCategoryFindsAFreeName_data();
+    void addCategoryFindsAFreeName();
+    void removeCategory_data();
+    void removeCategory();
+
+    void podcastGoesOnlyToASingleSelectedPost_data();
+    void podcastGoesOnlyToASingleSelectedPost();
+
+    void search_data();
+    void search();
+    void firstSearchIndexesEveryPostOnce();
+    void editedPostIsFoundByItsNewTextOnceSearchIsLive();
+
+private:
+    // A post with ID, title, body and a date `day` days into 2023.
+    static QFBlogEntryPtr addPost(QFBlogPlugin &plugin, int id, const QString &title, const QString &body = {},
+                                  int day = 1);
+    static IDList ids(const QList<QFBlogEntryPtr> &entries);
+
+    QFRecordingAlertPresenter m_alerts;
+    QFAlertPresenter *m_previousPresenter = nullptr;
+};
+
+void tst_QFBlogPluginEntries::initTestCase()
+{
+    QFBlogPlugin::initializeClass(QFBundle(QStringLiteral(QF_BLOG_BUNDLE_PATH)));
+    m_previousPresenter = QFAlert::setPresenter(&m_alerts);
+}
+
+void tst_QFBlogPluginEntries::cleanupTestCase()
+{
+    QFAlert::setPresenter(m_previousPresenter);
+}
+
+void tst_QFBlogPluginEntries::init()
+{
+    m_alerts.clear();
+}
+
+QFBlogEntryPtr tst_QFBlogPluginEntries::addPost(QFBlogPlugin &plugin, int id, const QString &title,
+                                                const QString &body, int day)
+{
+    const QFBlogEntryPtr entry = QFBlogEntry::blogEntryWithBlogPlugin(&plugin);
+    entry->setID(id);
+    entry->setTitle(title);
+    entry->setEntryString(body);
+    entry->setDate(QDateTime(QDate(2023, 1, 1).addDays(day), QTime(10, 0)));
+    plugin.insertBlogEntry(entry);
+    if (plugin.lastID() <= id)
+        plugin.setLastID(id + 1);
+    return entry;
+}
+
+IDList tst_QFBlogPluginEntries::ids(const QList<QFBlogEntryPtr> &entries)
+{
+    IDList result;
+    for (const QFBlogEntryPtr &entry : entries)
+        result.append(entry->ID());
+    return result;
+}
+
+// ---------------------------------------------------------------- posts
+
+void tst_QFBlogPluginEntries::firstPostOfANewBlogHasIDZero()
+{
+    QFBlogPlugin plugin;
+    QSignalSpy changed(&plugin, &QFTextViewPluginClient::pluginChanged);
+    const QFBlogEntryPtr entry = plugin.addEntry();
+    QVERIFY(entry);
+    QCOMPARE(entry->ID(), 0);
+    QCOMPARE(plugin.lastID(), 1);
+    QCOMPARE(entry->title(), QString());
+    QCOMPARE(entry->categoryIndex(), 0);
+    QVERIFY(entry->itunesTags());
+    QCOMPARE(entry->GUID().size(), 32);
+    QCOMPARE(plugin.selectedEntries(), QList<QFBlogEntryPtr>{entry});
+    QVERIFY(changed.count() > 0);
+}
+
+void tst_QFBlogPluginEntries::newPostsAreNeverHiddenByASearch_data()
+{
+    QTest::addColumn<bool>("pasted");
+    QTest::newRow("new empty post") << false;
+    QTest::newRow("pasted post") << true;
+}
+
+void tst_QFBlogPluginEntries::newPostsAreNeverHiddenByASearch()
+{
+    QFETCH(bool, pasted);
+    QFBlogPlugin plugin;
+    addPost(plugin, 0, QStringLiteral("Apples"));
+    plugin.indexes().onSearch(QStringLiteral("nothing like this"));
+    QVERIFY(plugin.blogs().isEmpty());
+
+    QFBlogEntryPtr added;
+    if (pasted) {
+        const QFBlogEntryPtr post = QFBlogEntry::blogEntryWithBlogPlugin(&plugin);
+        post->setTitle(QStringLiteral("Pears"));
+        post->setDate(QDateTime(QDate(2023, 5, 1), QTime(9, 0)));
+        added = plugin.addEntries({post}).value(0);
+    } else {
+        added = plugin.addEntry();
+    }
+
+    QVERIFY(plugin.blogs().contains(added));
+    QCOMPARE(plugin.blogs().size(), 2);
+    QCOMPARE(plugin.indexes().searchString(), QString());
+    QVERIFY(!plugin.blogEntryArrayController().searchResults());
+}
+
+void tst_QFBlogPluginEntries::currentEntry_data()
+{
+    QTest::addColumn<int>("postCount");
+    QTest::addColumn<int>("selectedRow");
+    QTest::addColumn<int>("expectedID"); // -1: none
+
+    // Posts get IDs 1..n, newer with a higher ID, so row r shows ID n - r.
+    QTest::newRow("no selection: the first post shown") << 3 << -1 << 3;
+    QTest::newRow("row 0") << 3 << 0 << 3;
+    QTest::newRow("row 2") << 3 << 2 << 1;
+    QTest::newRow("empty list") << 0 << -1 << -1;
+}
+
+void tst_QFBlogPluginEntries::currentEntry()
+{
+    QFETCH(int, postCount);
+    QFETCH(int, selectedRow);
+    QFETCH(int, expectedID);
+
+    QFBlogPlugin plugin;
+    for (int id = 1; id <= postCount; ++id)
+        addPost(plugin, id, QStringLiteral("Post %1").arg(id), {}, id);
+    plugin.blogEntryArrayController().setSelectionIndex(selectedRow);
+    const QFBlogEntryPtr entry = plugin.currentEntry();
+    QCOMPARE(entry ? entry->ID() : -1, expectedID);
+}
+
+void tst_QFBlogPluginEntries::postForPostID_data()
+{
+    QTest::addColumn<int>("postID");
+    QTest::addColumn<QString>("expectedTitle"); // null: none
+
+    QTest::newRow("known ID") << 7 << QStringLiteral("Seven");
+    QTest::newRow("ID 0 of the first post") << 0 << QStringLiteral("Zero");
+    QTest::newRow("unknown ID") << 3 << QString();
+}
+
+void tst_QFBlogPluginEntries::postForPostID()
+{
+    QFETCH(int, postID);
+    QFETCH(QString, expectedTitle);
+    QFBlogPlugin plugin;
+    addPost(plugin, 0, QStringLiteral("Zero"));
+    addPost(plugin, 7, QStringLiteral("Seven"), {}, 5);
+    const QFBlogEntryPtr entry = plugin.postForPostID(postID);
+    QCOMPARE(entry ? entry->title() : QString(), expectedTitle);
+}
+
+// ---------------------------------------------------------------- removal and undo
+
+void tst_QFBlogPluginEntries::removingPosts_data()
+{
+    QTest::addColumn<QString>("how");
+    QTest::addColumn<IDList>("remainingIDs");
+    QTest::addColumn<int>("tagCountAfter"); // uses of "shared"
+
+    QTest::newRow("sheet, Remove: tags stop counting") << QStringLiteral("sheet-remove") << IDList{1} << 1;
+    QTest::newRow("sheet, Cancel: nothing changes") << QStringLiteral("sheet-cancel") << IDList{3, 2, 1} << 3;
+    QTest::newRow("removeEntries: tags keep counting") << QStringLiteral("removeEntries") << IDList{1} << 3;
+}
+
+void tst_QFBlogPluginEntries::removingPosts()
+{
+    QFETCH(QString, how);
+    QFETCH(IDList, remainingIDs);
+    QFETCH(int, tagCountAfter);
+
+    QFBlogPlugin plugin;
+    const QFBlogTag shared(QStringLiteral("shared"));
+    for (int id = 1; id <= 3; ++id)
+        addPost(plugin, id, QStringLiteral("Post %1").arg(id), {}, id)->setTags(QFBlogTagList{shared});
+    QCOMPARE(plugin.knownTags().countForObject(QVariant::fromValue(shared)), 3);
+    plugin.blogEntryArrayController().setSelectionIndexes({0, 1}); // posts 3 and 2
+
+    if (how == QLatin1String("removeEntries")) {
+        plugin.removeEntries(plugin.selectedEntries());
+        QVERIFY(m_alerts.requests().isEmpty());
+    } else {
+        m_alerts.queueAnswer(how == QLatin1String("sheet-remove") ? 0 : 1);
+        plugin.removeEntry();
+        QCOMPARE(m_alerts.requests().size(), 1);
+        const QFAlertRequest request = m_alerts.requests().first();
+        QCOMPARE(request.messageText, QFBlogPlugin::localizedString(QStringLiteral("RemoveEntries")));
+        QCOMPARE(request.informativeText, QFBlogPlugin::localizedString(QStringLiteral("CannotBeUndone")));
+        QCOMPARE(request.buttons, (QStringList{QFBlogPlugin::localizedString(QStringLiteral("Remove")),
+                                               QFBlogPlugin::localizedString(QStringLiteral("Cancel"))}));
+    }
+
+    QCOMPARE(ids(plugin.blogs()), remainingIDs);
+    QCOMPARE(plugin.knownTags().countForObject(QVariant::fromValue(shared)), tagCountAfter);
+}
+
+void tst_QFBlogPluginEntries::undoOfRemovalBringsThePostsBackRenumbered()
+{
+    QFSiteDocument document;
+    QFBlogPlugin *plugin = new QFBlogPlugin;
+    document.addPage(std::unique_ptr<QFTextViewPluginClient>(plugin), QStringLiteral("blog"), QStringLiteral("Blog"));
+    for (int id = 1; id <= 3; ++id)
+        addPost(*plugin, id, QStringLiteral("Post %1").arg(id), {}, id);
+    const QFBlogEntryPtr removed = plugin->postForPostID(2);
+
+    QFLogCapture log;
+    plugin->removeEntries({removed});
+    QCOMPARE(ids(plugin->blogs()), (IDList{3, 1}));
+    QUndoStack *stack = document.undoStack();
+    QCOMPARE(stack->count(), 1);
+
+    stack->undo();
+    QCOMPARE(plugin->blogs().size(), 3);
+    QVERIFY(plugin->posts().contains(removed));
+    QCOMPARE(removed->ID(), 4); // a fresh ID, never the old one
+    QVERIFY(log.contains(QStringLiteral("[[self documentWindow] delegate] is QFSiteDocument")));
+
+    stack->redo();
+    QCOMPARE(ids(plugin->blogs()), (IDList{3, 1}));
+    stack->undo();
+    QCOMPARE(removed->ID(), 5);
+}
+
+void tst_QFBlogPluginEntries::undoOfAddingRemovesThePosts()
+{
+    QFSiteDocument document;
+    QFBlogPlugin *plugin = new QFBlogPlugin;
+    document.addPage(std::unique_ptr<QFTextViewPluginClient>(plugin), QStringLiteral("blog"), QStringLiteral("Blog"));
+    addPost(*plugin, 0, QStringLiteral("Kept"));
+    const QFBlogEntryPtr pasted = QFBlogEntry::blogEntryWithBlogPlugin(plugin);
+    pasted->setID(0); // a clash with the post already there
+    pasted->setGUID(QStringLiteral("copied-guid"));
+
+    plugin->addEntries({pasted});
+    QCOMPARE(pasted->ID(), 1);
+    QVERIFY(pasted->GUID() != QLatin1String("copied-guid"));
+    QCOMPARE(plugin->posts().size(), 2);
+
+    document.undoStack()->undo();
+    QCOMPARE(plugin->posts().size(), 1);
+    QCOMPARE(plugin->posts().first()->title(), QStringLiteral("Kept"));
+}
+
+// ---------------------------------------------------------------- dates and summaries
+
+void tst_QFBlogPluginEntries::nullSeparatorGivesNoTextBetweenDateParts_data()
+{
+    QTest::addColumn<int>("nullSeparator"); // 0: none
+    QTest::addColumn<QString>("expectedFormat");
+
+    QTest::newRow("all separators set") << 0 << QStringLiteral("%m/%d/%Y %I:%M %p ");
+    QTest::newRow("null first separator") << 1 << QStringLiteral("%m%d/%Y %I:%M %p ");
+    QTest::newRow("null last separator") << 4 << QStringLiteral("%m/%d/%Y %I:%M %p");
+}
+
+void tst_QFBlogPluginEntries::nullSeparatorGivesNoTextBetweenDateParts()
+{
+    QFETCH(int, nullSeparator);
+    QFETCH(QString, expectedFormat);
+    QFBlogPlugin plugin;
+    if (nullSeparator > 0)
+        plugin.setProperty(qPrintable(QStringLiteral("dateSeperator%1").arg(nullSeparator)), QString());
+    QSignalSpy changed(&plugin, &QFTextViewPluginClient::pluginChanged);
+
+    QCOMPARE(plugin.userConfiguredDate(), expectedFormat);
+    QCOMPARE(changed.count(), 0);
+    if (nullSeparator > 0) {
+        const QString stored =
+            plugin.property(qPrintable(QStringLiteral("dateSeperator%1").arg(nullSeparator))).toString();
+        QVERIFY(!stored.isNull() && stored.isEmpty());
+    }
+}
+
+void tst_QFBlogPluginEntries::feedSummaryOfTheCurrentPost_data()
+{
+    QTest::addColumn<int>("checkBox");
+    QTest::addColumn<int>("slider");
+    QTest::addColumn<bool>("shown");
+    QTest::addColumn<int>("storedCount");
+
+    QTest::newRow("on, two sentences") << 1 << 2 << true << 2;
+    QTest::newRow("on, more sentences than the body has") << 1 << 9 << true << 3;
+    QTest::newRow("off: nothing shown, count kept") << 0 << 2 << false << 5;
+}
+
+void tst_QFBlogPluginEntries::feedSummaryOfTheCurrentPost()
+{
+    QFETCH(int, checkBox);
+    QFETCH(int, slider);
+    QFETCH(bool, shown);
+    QFETCH(int, storedCount);
+
+    QFBlogPlugin plugin;
+    const QFBlogEntryPtr entry =
+        addPost(plugin, 1, QStringLiteral("Post"), QStringLiteral("First one. Second one. Third one."));
+    entry->setSummarizeRSSSentenceCount(5);
+
+    const std::optional<QString> text = plugin.onSummarizeCheckbox(checkBox, slider);
+    QCOMPARE(entry->summarizeRSSEntry(), checkBox != 0);
+    QCOMPARE(text.has_value(), shown);
+    QCOMPARE(entry->summarizeRSSSentenceCount(), storedCount);
+    if (shown) {
+        QVERIFY(text->startsWith(QStringLiteral("First one.")));
+        QCOMPARE(text->contains(QStringLiteral("Third")), storedCount == 3);
+    }
+}
+
+// ---------------------------------------------------------------- categories
+
+void tst_QFBlogPluginEntries::addCategoryFindsAFreeName_data()
+{
+    QTest::addColumn<QList<int>>("existing"); // 1: the plain name, n: its n variant
+    QTest::addColumn<int>("expected");
+
+    QTest::newRow("free") << QList<int>{} << 1;
+    QTest::newRow("plain name taken") << QList<int>{1} << 2;
+    QTest::newRow("plain name and 2 taken") << QList<int>{1, 2} << 3;
+    QTest::newRow("gap at 2 is used") << QList<int>{1, 3} << 2;
+}
+
+void tst_QFBlogPluginEntries::addCategoryFindsAFreeName()
+{
+    QFETCH(QList<int>, existing);
+    QFETCH(int, expected);
+    const auto nameFor = [](int n) {
+        return n == 1 ? QFBlogPlugin::localizedString(QStringLiteral("NewCategoryName"))
+                      : QFBlogPlugin::localizedString(QStringLiteral("NewCategoryNameFormatString")).arg(n);
+    };
+    QFBlogPlugin plugin;
+    for (int n : existing)
+        plugin.addNewCategory(nameFor(n));
+    const qsizetype before = plugin.categories().size();
+
+    const QFBlogCategoryPtr category = plugin.addCategory();
+    QCOMPARE(category->categoryName(), nameFor(expected));
+    QCOMPARE(plugin.categories().size(), before + 1);
+    QCOMPARE(plugin.categories().last(), category);
+    QCOMPARE(category->categoryID(), plugin.nextCategoryID() - 1);
+}
+
+void tst_QFBlogPluginEntries::removeCategory_data()
+{
+    QTest::addColumn<QString>("which");
+    QTest::addColumn<bool>("removed");
+    QTest::addColumn<int>("handedOffPosts");
+
+    QTest::newRow("unused category is removed") << QStringLiteral("unused") << true << 0;
+    QTest::newRow("used category goes to merging") << QStringLiteral("used") << false << 2;
+    QTest::newRow("None category stays") << QStringLiteral("none") << false << 0;
+}
+
+void tst_QFBlogPluginEntries::removeCategory()
+{
+    QFETCH(QString, which);
+    QFETCH(bool, removed);
+    QFETCH(int, handedOffPosts);
+
+    QFBlogPlugin plugin;
+    const QFBlogCategoryPtr used = plugin.addNewCategory(QStringLiteral("Used"));
+    const QFBlogCategoryPtr unused = plugin.addNewCategory(QStringLiteral("Unused"));
+    for (int id = 1; id <= 3; ++id) {
+        const QFBlogEntryPtr entry = addPost(plugin, id, QStringLiteral("Post %1").arg(id));
+        if (id != 2)
+            entry->setCategoryIDs({used->categoryID()});
+    }
+    const QFBlogCategoryPtr target =
+        which == QLatin1String("used") ? used : which == QLatin1String("unused") ? unused : plugin.categories().first();
+    QList<QFBlogEntryPtr> handedOff;
+    QFBlogCategoryPtr handedCategory;
+    connect(&plugin, &QFBlogPlugin::mergeCategoriesRequested, this,
+            [&](const QList<QFBlogEntryPtr> &entries, const QFBlogCategoryPtr &category) {
+                handedOff = entries;
+                handedCategory = category;
+            });
+
+    plugin.removeCategory(target);
+
+    QCOMPARE(!plugin.categories().contains(target), removed);
+    QCOMPARE(handedOff.size(), handedOffPosts);
+    if (handedOffPosts > 0)
+        QCOMPARE(handedCategory, target);
+}
+
+// ---------------------------------------------------------------- podcasts
+
+void tst_QFBlogPluginEntries::podcastGoesOnlyToASingleSelectedPost_data()
+{
+    QTest::addColumn<QList<int>>("selectedRows");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<bool>("taken");
+
+    QTest::newRow("one post selected") << QList<int>{1} << QStringLiteral("/media/show.mp3") << true;
+    QTest::newRow("two posts selected") << QList<int>{0, 1} << QStringLiteral("/media/show.mp3") << false;
+    QTest::newRow("nothing selected") << QList<int>{} << QStringLiteral("/media/show.mp3") << false;
+    QTest::newRow("no file chosen") << QList<int>{1} << QString() << false;
+}
+
+void tst_QFBlogPluginEntries::podcastGoesOnlyToASingleSelectedPost()
+{
+    QFETCH(QList<int>, selectedRows);
+    QFETCH(QString, path);
+    QFETCH(bool, taken);
+
+    QFBlogPlugin plugin;
+    addPost(plugin, 1, QStringLiteral("Older"), {}, 1);
+    addPost(plugin, 2, QStringLiteral("Newer"), {}, 2);
+    plugin.blogEntryArrayController().setSelectionIndexes(selectedRows);
+
+    QCOMPARE(plugin.choosePodcast(path), taken);
+    QCOMPARE(plugin.postForPostID(1)->podcast(), taken ? path : QString());
+    QCOMPARE(plugin.postForPostID(2)->podcast(), QString());
+    if (taken) {
+        plugin.clearPodcast();
+        QCOMPARE(plugin.postForPostID(1)->podcast(), QString(QLatin1String("")));
+    }
+}
+
+// ---------------------------------------------------------------- search
+
+void tst_QFBlogPluginEntries::search_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<IDList>("shownIDs");
+
+    QTest::newRow("inner part of a title word") << QStringLiteral("ppl") << IDList{1};
+    QTest::newRow("title of one, body of another, each once") << QStringLiteral("pear") << IDList{3, 2};
+    QTest::newRow("title and body of the same post: once") << QStringLiteral("plum") << IDList{3};
+    QTest::newRow("ignores letter case") << QStringLiteral("APPLE") << IDList{1};
+    QTest::newRow("no match hides every post") << QStringLiteral("quince") << IDList{};
+    QTest::newRow("empty text shows every post") << QString() << IDList{3, 2, 1};
+}
+
+void tst_QFBlogPluginEntries::search()
+{
+    QFETCH(QString, text);
+    QFETCH(IDList, shownIDs);
+
+    QFBlogPlugin plugin;
+    addPost(plugin, 1, QStringLiteral("Apples"), QStringLiteral("Crisp and red."), 1);
+    addPost(plugin, 2, QStringLiteral("Pears"), QStringLiteral("Soft."), 2);
+    addPost(plugin, 3, QStringLiteral("Plums"), QStringLiteral("Better than a pear; a plum."), 3);
+    QSignalSpy refreshed(&plugin, &QFBlogPlugin::currentEntryNeedsDisplay);
+
+    plugin.indexes().onSearch(text);
+    QCOMPARE(ids(plugin.blogs()), shownIDs);
+    QCOMPARE(plugin.indexes().searchString(), text.isNull() ? QString(QLatin1String("")) : text);
+    QCOMPARE(refreshed.count(), 1);
+
+    plugin.indexes().clearSearch();
+    QCOMPARE(ids(plugin.blogs()), (IDList{3, 2, 1}));
+}
+
+void tst_QFBlogPluginEntries::firstSearchIndexesEveryPostOnce()
+{
+    QFBlogPlugin plugin;
+    const QFBlogEntryPtr entry = addPost(plugin, 1, QStringLiteral("Original title"));
+    addPost(plugin, 2, QStringLiteral("Other"), {}, 2);
+    QVERIFY(!plugin.shouldUpdateSearchIndexes());
+
+    plugin.indexes().onSearch(QStringLiteral("original"));
+    QVERIFY(plugin.shouldUpdateSearchIndexes());
+    QCOMPARE(ids(plugin.blogs()), IDList{1});
+
+    // Not re-indexed by later searches: an edit that does not reach the
+    // indexes stays unseen.
+    entry->setTitle(QStringLiteral("Renamed"));
+    plugin.indexes().onSearch(QStringLiteral("renamed"));
+    QCOMPARE(ids(plugin.blogs()), IDList{});
+}
+
+void tst_QFBlogPluginEntries::editedPostIsFoundByItsNewTextOnceSearchIsLive()
+{
+    QFBlogPlugin plugin;
+    const QFBlogEntryPtr entry = addPost(plugin, 1, QStringLiteral("Original title"));
+    plugin.indexes().onSearch(QStringLiteral("title"));
+
+    entry->setEntryString(QStringLiteral("Now about walnuts."));
+    plugin.reindexBlogEntry(entry);
+    plugin.indexes().onSearch(QStringLiteral("walnut"));
+    QCOMPARE(ids(plugin.blogs()), IDList{1});
+
+    // Removed posts leave the indexes: a re-added copy is found under its
+    // new ID only.
+    plugin.removeEntries({entry});
+    plugin.indexes().onSearch(QStringLiteral("walnut"));
+    QVERIFY(plugin.blogs().isEmpty());
+    plugin.addEntries({entry});
+    plugin.indexes().onSearch(QStringLiteral("walnut"));
+    QCOMPARE(ids(plugin.blogs()), IDList{entry->ID()});
+    QVERIFY(entry->ID() != 1);
+}
+
+QTEST_GUILESS_MAIN(tst_QFBlogPluginEntries)
+#include "tst_qfblogpluginentries.moc"
