@@ -1,11 +1,13 @@
 #pragma once
 
 #include <QImage>
+#include <QList>
 #include <QString>
 #include <QStringList>
 #include <QtPlugin>
 
 class QFBundle;
+class QFPluginCommand;
 class QFTextViewPluginClient;
 class QFUnarchiver;
 
@@ -19,6 +21,10 @@ class QFPagePluginFactory
 public:
     virtual ~QFPagePluginFactory() = default;
 
+    // The name stored with every page of this kind in site documents, by
+    // which the page finds its plugin again: fixed, never translated.
+    virtual QString pluginIdentifier() const = 0;
+    // The name shown to the user (translated).
     virtual QString pluginName() const = 0;
     virtual QString pluginDescription() const = 0;
     virtual QString pluginAuthor() const = 0;
@@ -38,9 +44,13 @@ public:
     virtual QFTextViewPluginClient *createPlugin() = 0;
 
     // A plugin read from the record the document stored for its page; the
-    // caller owns it. Null when the record cannot be read, and for plugins
-    // whose record format is not implemented yet.
+    // caller owns it. A record that cannot be read raises the unarchiver's
+    // QFException; null only for plugins that keep no record.
     virtual QFTextViewPluginClient *createPluginFromArchive(QFUnarchiver &coder) = 0;
+
+    // The commands of the command line that this plugin offers ("post" …),
+    // owned by the factory and valid as long as it is. None by default.
+    virtual QList<QFPluginCommand *> commands() { return {}; }
 };
 
 #define QFPagePluginFactory_iid "org.quillfen.PagePluginFactory/1.0"

@@ -1,9 +1,32 @@
 #include "qfsitedocument.h"
 
+#include "qfpagepluginfactory.h"
+#include "qfpluginregistry.h"
+#include "qfsitedocumentformat.h"
+#include "qfsitedocumentreader.h"
+#include "qfsitedocumentwriter.h"
 #include "qftextviewpluginclient.h"
+#include "qfkit/coding/qfarchiver.h"
+#include "qfkit/coding/qfunarchiver.h"
+#include "qfkit/support/qfexception.h"
 
+#include <QDir>
 #include <QUndoStack>
 #include <QUuid>
+
+namespace {
+
+const QString CannotOpen = QStringLiteral("Cannot Open Document");
+const QString SaveFailed = QStringLiteral("Save Failed");
+
+QString describePage(const QFStoredPage &page)
+{
+    if (!page.title.isEmpty())
+        return QStringLiteral("\u201c%1\u201d (%2)").arg(page.title, page.uniqueID);
+    return QStringLiteral("\u201c%1\u201d").arg(page.uniqueID);
+}
+
+} // namespace
 
 QFSiteDocument::QFSiteDocument(QObject *parent)
     : QObject(parent)
@@ -98,8 +121,124 @@ QUndoStack *QFSiteDocument::undoStack() const
     return m_undoStack;
 }
 
+std::unique_ptr<QFSiteDocument> QFSiteDocument::open(const QString &path, const QFPluginRegistry &registry)
+{
+    const QFSiteDocumentData data = QFSiteDocumentReader().open(path);
+    const QString fileName = QDir::toNativeSeparators(path);
+
+    // Every plugin is made before the document takes any, so a page that
+    // cannot be read leaves nothing half-opened behind.
+    std::vector<std::unique_ptr<QFTextViewPluginClient>> plugins;
+    plugins.reserve(size_t(data.pages.size()));
+    for (const QFStoredPage &page : data.pages) {
+        QFPagePluginFactory *factory = registry.factory(page.pluginName);
+        if (!factory) {
+            throw QFException(CannotOpen,
+                              QStringLiteral("The document \u201c%1\u201d cannot be opened: its page %2 "
+                                             "is made by the plugin \u201c%3\u201d, which is not installed.")
+                                  .arg(fileName, describePage(page), page.pluginName));
+        }
+        std::unique_ptr<QFTextViewPluginClient> plugin;
+        try {
+            QFUnarchiver coder(page.archive);
+            plugin.reset(factory->createPluginFromArchive(coder));
+        } catch (const QFException &e) {
+            throw QFException(CannotOpen,
+                              QStringLiteral("The document \u201c%1\u201d cannot be opened: the record of its "
+                                             "page %2 is damaged (%3: %4).")
+                                  .arg(fileName, describePage(page), e.name(), e.reason()));
+        }
+        if (!plugin) {
+            throw QFException(CannotOpen,
+                              QStringLiteral("The document \u201c%1\u201d cannot be opened: the plugin "
+                                             "\u201c%2\u201d could not read the record of its page %3.")
+                                  .arg(fileName, page.pluginName, describePage(page)));
+        }
+        plugins.push_back(std::move(plugin));
+    }
+
+    auto document = std::make_unique<QFSiteDocument>();
+    QVariantMap properties = data.properties;
+    const QVariant title = properties.take(QString::fromLatin1(QFSiteDocumentFormat::SiteTitleKey));
+    const QVariant baseURL = properties.take(QString::fromLatin1(QFSiteDocumentFormat::SiteBaseURLKey));
+    const QVariant mode = properties.take(QString::fromLatin1(QFSiteDocumentFormat::CommonFileConsolidationModeKey));
+    document->m_siteTitle = title.isNull() ? QString() : title.toString();
+    document->m_siteBaseURL = baseURL.isNull() ? QString() : baseURL.toString();
+    document->m_commonFileConsolidationMode = mode.toInt();
+    document->m_otherProperties = properties;
+
+    for (qsizetype i = 0; i < data.pages.size(); ++i) {
+        const QFStoredPage &page = data.pages.at(i);
+        std::unique_ptr<QFTextViewPluginClient> &plugin = plugins[size_t(i)];
+        // The stored ID is the one internal links point at; it wins over the
+        // fresh one the plugin was made with.
+        plugin->setUniqueID(page.uniqueID);
+        document->addPage(std::move(plugin), page.fileName, page.title, page.folder, page.pluginName);
+    }
+    document->m_filePath = path;
+    document->m_undoStack->clear();
+    document->setEdited(false);
+    for (PageEntry &entry : document->m_pages)
+        entry.plugin->documentWasLoaded();
+    return document;
+}
+
+void QFSiteDocument::save()
+{
+    if (m_filePath.isEmpty())
+        throw QFException(SaveFailed, QStringLiteral("The document has not been saved before: it has no file yet."));
+    save(m_filePath);
+}
+
+void QFSiteDocument::save(const QString &path)
+{
+    const QString fileName = QDir::toNativeSeparators(path);
+    QFSiteDocumentData data;
+    data.properties = m_otherProperties;
+    data.properties.insert(QString::fromLatin1(QFSiteDocumentFormat::SiteTitleKey),
+                           m_siteTitle.isNull() ? QVariant() : QVariant(m_siteTitle));
+    data.properties.insert(QString::fromLatin1(QFSiteDocumentFormat::SiteBaseURLKey),
+                           m_siteBaseURL.isNull() ? QVariant() : QVariant(m_siteBaseURL));
+    data.properties.insert(QString::fromLatin1(QFSiteDocumentFormat::CommonFileConsolidationModeKey),
+                           qint64(m_commonFileConsolidationMode));
+
+    qint64 order = 0;
+    for (const PageEntry &entry : m_pages) {
+        const QFPage &page = entry.page;
+        if (page.pluginName.isEmpty()) {
+            throw QFException(SaveFailed,
+                              QStringLiteral("The document \u201c%1\u201d could not be saved: the page \u201c%2\u201d "
+                                             "has no plugin name.")
+                                  .arg(fileName, page.uniqueID));
+        }
+        QFStoredPage stored;
+        stored.uniqueID = page.uniqueID;
+        stored.order = order++;
+        stored.fileName = page.fileName;
+        stored.folder = page.folder;
+        stored.title = page.title;
+        stored.pluginName = page.pluginName;
+        try {
+            QFArchiver coder;
+            entry.plugin->encodeWithCoder(coder);
+            stored.archive = coder.data();
+        } catch (const QFException &e) {
+            throw QFException(SaveFailed,
+                              QStringLiteral("The document \u201c%1\u201d could not be saved: the record of the "
+                                             "page \u201c%2\u201d could not be written (%3: %4).")
+                                  .arg(fileName, page.uniqueID, e.name(), e.reason()));
+        }
+        data.pages.append(stored);
+    }
+
+    QFSiteDocumentWriter().save(data, path);
+    m_filePath = path;
+    m_undoStack->setClean();
+    setEdited(false);
+}
+
 QFPage QFSiteDocument::addPage(std::unique_ptr<QFTextViewPluginClient> plugin, const QString &fileName,
-                               const QString &title, const QString &folder)
+                               const QString &title, const QString &folder, const QString &pluginName)
 {
     if (!plugin)
         return QFPage();
@@ -111,7 +250,7 @@ QFPage QFSiteDocument::addPage(std::unique_ptr<QFTextViewPluginClient> plugin, c
     connect(plugin.get(), &QFTextViewPluginClient::pluginChanged, this, [this] { setEdited(true); });
 
     PageEntry entry;
-    entry.page = QFPage{id, fileName, folder, title, plugin.get()};
+    entry.page = QFPage{id, fileName, folder, title, plugin.get(), pluginName};
     entry.plugin = std::move(plugin);
     m_pages.push_back(std::move(entry));
     emit pagesChanged();

@@ -64,6 +64,9 @@ public:
     // hands back to the plugin's factory (createPluginFromArchive) on opening.
     // Any thread. The base writes nothing: a plugin without a record.
     virtual void encodeWithCoder(QFArchiver &coder) const { Q_UNUSED(coder) }
+    // Called by the host once the whole document has been opened, after
+    // setDocument(). The base does nothing.
+    virtual void documentWasLoaded() {}
 
     // A scratch folder for this plugin and page, named by `name`:
     // <temp>/quillfen-<process id>/<unique ID>/<name>. Created when asked for
