@@ -1,5 +1,6 @@
 #include "qfblogpluginfactory.h"
 
+#include "blog/commands/qfblogcommands.h"
 #include "blog/plugin/qfblogplugin.h"
 #include "qfkit/support/qfbundle.h"
 #include "qfkit/support/qfuserdefaults.h"
@@ -18,6 +19,11 @@ QFUserDefaults &applicationDefaults()
 }
 
 } // namespace
+
+QString QFBlogPluginFactory::pluginIdentifier() const
+{
+    return QFBlogPlugin::pluginIdentifier();
+}
 
 QString QFBlogPluginFactory::pluginName() const
 {
@@ -67,4 +73,9 @@ QFTextViewPluginClient *QFBlogPluginFactory::createPluginFromArchive(QFUnarchive
     auto plugin = std::make_unique<QFBlogPlugin>();
     plugin->initWithCoder(coder);
     return plugin.release();
+}
+
+QList<QFPluginCommand *> QFBlogPluginFactory::commands()
+{
+    return QFBlogCommands::all();
 }

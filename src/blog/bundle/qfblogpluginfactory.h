@@ -27,6 +27,7 @@ public:
     QFBlogPluginFactory() = default;
     Q_DISABLE_COPY_MOVE(QFBlogPluginFactory)
 
+    QString pluginIdentifier() const override;
     QString pluginName() const override;
     QString pluginDescription() const override;
     QString pluginAuthor() const override;
@@ -38,4 +39,8 @@ public:
 
     QFTextViewPluginClient *createPlugin() override;
     QFTextViewPluginClient *createPluginFromArchive(QFUnarchiver &coder) override;
+
+    // The blog's commands of the command line (get, set, post, category,
+    // search), made once and kept for the life of the process.
+    QList<QFPluginCommand *> commands() override;
 };

@@ -153,6 +153,11 @@ QStringList QFBlogPlugin::extraFilesNeededInExportFolder()
     return paths;
 }
 
+QString QFBlogPlugin::pluginIdentifier()
+{
+    return QStringLiteral("Blog");
+}
+
 QString QFBlogPlugin::pluginName()
 {
     return L("PluginName");

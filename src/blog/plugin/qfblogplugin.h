@@ -192,6 +192,8 @@ public:
     // The shared files of every blog export: the feed icon and the smileys,
     // as absolute paths into the bundle's resources.
     static QStringList extraFilesNeededInExportFolder();
+    // The name site documents store for blog pages; never translated.
+    static QString pluginIdentifier();
     static QString pluginName();
     static QString pluginDescription();
     // Read from the bundle on every call; a null image without one.
@@ -220,7 +222,7 @@ public:
     void setDocument(QFSiteDocument *document) override;
     // After the host opened the document: repairs podcast paths against the
     // document's folder and announces the post list, without reporting a change.
-    void documentWasLoaded();
+    void documentWasLoaded() override;
 
     // The plugin's record in the site document: 59 values in a fixed order,
     // without keys or version (see docs/FORMATS.md, "Blog plugin record").

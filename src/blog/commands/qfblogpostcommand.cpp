@@ -1,0 +1,335 @@
+#include "qfblogpostcommand.h"
+
+#include "blog/commands/qfblogcommandsupport.h"
+#include "blog/plugin/qfblogentryarraycontroller.h"
+#include "blog/plugin/qfblogplugin.h"
+#include "qfkit/document/qfcommandcontext.h"
+#include "qfkit/document/qfsitedocument.h"
+#include "qfkit/support/qfcommandlinealertpresenter.h"
+#include "qfkit/support/qfexception.h"
+#include "qfkit/text/qfstyledtext.h"
+#include "qfkit/text/qfstyledtextattributes.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QTextStream>
+
+using QFBlogCommandSupport::quoted;
+using Option = QFCommandArguments::Option;
+
+namespace {
+
+enum class TextFormat { Plain, Markdown, HTML };
+
+// Plain text keeps its lines, each of which the export makes a paragraph;
+// HTML is kept as typed (the raw-HTML attribute); Markdown carries the filter
+// directive that the export hands to the Markdown converter.
+QFStyledText styledText(QString text, TextFormat format)
+{
+    text.replace(QLatin1String("\r\n"), QLatin1String("\n"));
+    QVariantMap attributes;
+    if (format == TextFormat::HTML)
+        attributes.insert(kQFTextViewIgnoreFormattingAttributeName, true);
+    else if (format == TextFormat::Markdown)
+        attributes.insert(kQFTextViewMarkupDirectivesAttributeName,
+                          QVariantMap{{kQFMarkupDirectiveNameKey, QString(kQFMarkupDirectiveFilterName)},
+                                      {kQFMarkupDirectiveMarkdownKey, QStringLiteral("Markdown")}});
+    return text.isEmpty() ? QFStyledText(text) : QFStyledText(text, attributes);
+}
+
+QList<Option> editOptions()
+{
+    return {QFBlogCommandSupport::pageOption(),
+            {QStringLiteral("title"), true},
+            {QStringLiteral("date"), true},
+            {QStringLiteral("draft"), false},
+            {QStringLiteral("published"), false},
+            {QStringLiteral("category"), true},
+            {QStringLiteral("tag"), true},
+            {QStringLiteral("body"), true},
+            {QStringLiteral("body-file"), true},
+            {QStringLiteral("summary"), true},
+            {QStringLiteral("markdown"), false},
+            {QStringLiteral("html"), false},
+            {QStringLiteral("podcast"), true},
+            {QStringLiteral("json"), false},
+            {QStringLiteral("yes"), false}};
+}
+
+// The checks that need no site, so wrong usage is reported before any file is
+// opened.
+void checkEditOptions(const QFCommandArguments &parsed)
+{
+    if (parsed.isSet(QStringLiteral("body")) && parsed.isSet(QStringLiteral("body-file")))
+        QFCommandArguments::usageError(QStringLiteral("give either --body or --body-file, not both"));
+    if (parsed.isSet(QStringLiteral("markdown")) && parsed.isSet(QStringLiteral("html")))
+        QFCommandArguments::usageError(QStringLiteral("give either --markdown or --html, not both"));
+    if (parsed.isSet(QStringLiteral("draft")) && parsed.isSet(QStringLiteral("published")))
+        QFCommandArguments::usageError(QStringLiteral("give either --draft or --published, not both"));
+    if (parsed.isSet(QStringLiteral("date"))
+        && !QDateTime::fromString(parsed.value(QStringLiteral("date")), Qt::ISODate).isValid()) {
+        QFCommandArguments::usageError(
+            QStringLiteral("'%1' is not an ISO 8601 date (such as 2024-05-01T09:30:00)").arg(parsed.value(QStringLiteral("date"))));
+    }
+}
+
+// Applies the options to the post. Categories and tags given replace the
+// post's own.
+void applyOptions(const QFCommandArguments &parsed, QFBlogSite &site, const QFBlogEntryPtr &entry)
+{
+    QFBlogPlugin &blog = *site.blog;
+    if (parsed.isSet(QStringLiteral("title")))
+        entry->setTitle(parsed.value(QStringLiteral("title")));
+    if (parsed.isSet(QStringLiteral("date"))) {
+        QDateTime date = QDateTime::fromString(parsed.value(QStringLiteral("date")), Qt::ISODate).toLocalTime();
+        date.setTime(QTime(date.time().hour(), date.time().minute(), date.time().second()));
+        entry->setDate(date);
+    }
+    if (parsed.isSet(QStringLiteral("draft")))
+        entry->setStatus(0);
+    if (parsed.isSet(QStringLiteral("published")))
+        entry->setStatus(1);
+
+    if (parsed.isSet(QStringLiteral("category"))) {
+        QList<int> ids;
+        for (const QString &name : parsed.values(QStringLiteral("category"))) {
+            if (name.isEmpty())
+                QFCommandArguments::usageError(QStringLiteral("a category needs a name"));
+            QFBlogCategoryPtr category = QFBlogCommandSupport::categoryNamed(blog, name);
+            if (!category)
+                category = blog.addNewCategory(name);
+            if (!ids.contains(category->categoryID()))
+                ids.append(category->categoryID());
+        }
+        entry->setCategoryIDs(ids);
+    }
+
+    if (parsed.isSet(QStringLiteral("tag"))) {
+        QFBlogTagList tags;
+        const QVariantList known = blog.knownTagsArray();
+        for (const QString &name : parsed.values(QStringLiteral("tag"))) {
+            if (name.isEmpty())
+                QFCommandArguments::usageError(QStringLiteral("a tag needs a name"));
+            QString tagName = name;
+            for (const QVariant &item : known) {
+                const QString knownName = item.toMap().value(QStringLiteral("name")).toString();
+                if (knownName.compare(name, Qt::CaseInsensitive) == 0) {
+                    tagName = knownName;
+                    break;
+                }
+            }
+            if (!tags.contains(QFBlogTag(tagName)))
+                tags.append(QFBlogTag(tagName));
+        }
+        entry->setTags(tags);
+    }
+
+    const TextFormat format = parsed.isSet(QStringLiteral("html")) ? TextFormat::HTML
+        : parsed.isSet(QStringLiteral("markdown"))                 ? TextFormat::Markdown
+                                                                   : TextFormat::Plain;
+    if (parsed.isSet(QStringLiteral("body-file"))) {
+        const QString path = parsed.value(QStringLiteral("body-file"));
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly)) {
+            throw QFException(QStringLiteral("Cannot Read File"),
+                              QStringLiteral("The body file %1 cannot be read: %2.").arg(quoted(path), file.errorString()));
+        }
+        entry->setEntry(styledText(QString::fromUtf8(file.readAll()), format));
+    } else if (parsed.isSet(QStringLiteral("body"))) {
+        entry->setEntry(styledText(parsed.value(QStringLiteral("body")), format));
+    }
+    if (parsed.isSet(QStringLiteral("summary")))
+        entry->setEntrySummary(styledText(parsed.value(QStringLiteral("summary")), format));
+
+    if (parsed.isSet(QStringLiteral("podcast"))) {
+        const QString path = parsed.value(QStringLiteral("podcast"));
+        if (!QFileInfo(path).isFile()) {
+            throw QFException(QStringLiteral("Cannot Read File"),
+                              QStringLiteral("The podcast file %1 does not exist.").arg(quoted(path)));
+        }
+        // The editor's podcast well works on the single selected post.
+        blog.blogEntryArrayController().setSelectedObjects({entry});
+        blog.choosePodcast(QFileInfo(path).absoluteFilePath());
+    }
+    blog.reindexBlogEntry(entry);
+    blog.broadcastPluginChanged();
+}
+
+void printPost(QTextStream &out, const QFBlogEntry &entry)
+{
+    const QJsonObject post = QFBlogCommandSupport::postJson(entry, true);
+    out << "id: " << entry.ID() << '\n'
+        << "guid: " << entry.GUID() << '\n'
+        << "title: " << entry.title() << '\n'
+        << "date: " << post.value(QStringLiteral("date")).toString() << '\n'
+        << "draft: " << (entry.isDraft() ? "true" : "false") << '\n';
+    QStringList categories;
+    for (const QJsonValue &name : post.value(QStringLiteral("categories")).toArray())
+        categories.append(name.toString());
+    QStringList tags;
+    for (const QJsonValue &name : post.value(QStringLiteral("tags")).toArray())
+        tags.append(name.toString());
+    out << "categories: " << categories.join(QStringLiteral(", ")) << '\n'
+        << "tags: " << tags.join(QStringLiteral(", ")) << '\n'
+        << "podcast: " << entry.podcast() << '\n'
+        << "summary: " << post.value(QStringLiteral("summary")).toString() << '\n'
+        << "body:\n"
+        << post.value(QStringLiteral("body")).toString() << '\n';
+}
+
+int add(const QFCommandArguments &parsed, QFCommandContext &context)
+{
+    parsed.requirePositional(2, 2);
+    if (!parsed.isSet(QStringLiteral("title")))
+        QFCommandArguments::usageError(QStringLiteral("a new post needs --title"));
+    checkEditOptions(parsed);
+    QFBlogSite site = QFBlogCommandSupport::openBlog(context, parsed.positional().at(1), parsed.value(QStringLiteral("page")));
+    // The editor's "new post": the next ID, a GUID, dated now, in no
+    // category, selected.
+    const QFBlogEntryPtr entry = site.blog->addEntry();
+    if (!entry) {
+        throw QFException(QStringLiteral("Cannot Add Post"),
+                          QStringLiteral("The blog in %1 could not make a new post.").arg(quoted(site.path)));
+    }
+    entry->setStatus(parsed.isSet(QStringLiteral("draft")) ? 0 : 1);
+    applyOptions(parsed, site, entry);
+    context.saveDocument(*site.document);
+    context.out() << entry->ID() << '\n';
+    return 0;
+}
+
+int edit(const QFCommandArguments &parsed, QFCommandContext &context)
+{
+    parsed.requirePositional(3, 3);
+    const int postID = QFBlogCommandSupport::parsePostID(parsed.positional().at(2));
+    checkEditOptions(parsed);
+    QFBlogSite site = QFBlogCommandSupport::openBlog(context, parsed.positional().at(1), parsed.value(QStringLiteral("page")));
+    applyOptions(parsed, site, QFBlogCommandSupport::postWithID(site, postID));
+    context.saveDocument(*site.document);
+    return 0;
+}
+
+int list(const QFCommandArguments &parsed, QFCommandContext &context)
+{
+    parsed.requirePositional(2, 2);
+    const QFBlogSite site = QFBlogCommandSupport::openBlog(context, parsed.positional().at(1), parsed.value(QStringLiteral("page")));
+    const QList<QFBlogEntryPtr> posts = site.blog->blogs();
+    if (parsed.isSet(QStringLiteral("json"))) {
+        QJsonArray array;
+        for (const QFBlogEntryPtr &entry : posts)
+            array.append(QFBlogCommandSupport::postJson(*entry));
+        context.out() << QJsonDocument(array).toJson(QJsonDocument::Indented);
+        return 0;
+    }
+    for (const QFBlogEntryPtr &entry : posts) {
+        const QJsonObject post = QFBlogCommandSupport::postJson(*entry);
+        context.out() << entry->ID() << '\t' << post.value(QStringLiteral("date")).toString() << '\t'
+                      << (entry->isDraft() ? "draft" : "published") << '\t' << entry->titleOrNoTitle() << '\n';
+    }
+    return 0;
+}
+
+int show(const QFCommandArguments &parsed, QFCommandContext &context)
+{
+    parsed.requirePositional(3, 3);
+    const int postID = QFBlogCommandSupport::parsePostID(parsed.positional().at(2));
+    const QFBlogSite site = QFBlogCommandSupport::openBlog(context, parsed.positional().at(1), parsed.value(QStringLiteral("page")));
+    const QFBlogEntryPtr entry = QFBlogCommandSupport::postWithID(site, postID);
+    if (parsed.isSet(QStringLiteral("json")))
+        context.out() << QJsonDocument(QFBlogCommandSupport::postJson(*entry, true)).toJson(QJsonDocument::Indented);
+    else
+        printPost(context.out(), *entry);
+    return 0;
+}
+
+int remove(const QFCommandArguments &parsed, QFCommandContext &context)
+{
+    parsed.requirePositional(3, -1);
+    QList<int> ids;
+    for (const QString &text : parsed.positional().mid(2))
+        ids.append(QFBlogCommandSupport::parsePostID(text));
+    QFBlogSite site = QFBlogCommandSupport::openBlog(context, parsed.positional().at(1), parsed.value(QStringLiteral("page")));
+    QList<QFBlogEntryPtr> entries;
+    for (int postID : std::as_const(ids))
+        entries.append(QFBlogCommandSupport::postWithID(site, postID));
+
+    // The editor's removal: the posts are selected and the user is asked;
+    // --yes answers "Remove", otherwise the answer is "Cancel".
+    site.blog->blogEntryArrayController().setSelectedObjects(entries);
+    if (QFCommandLineAlertPresenter *presenter = context.alertPresenter())
+        presenter->queueAnswer(parsed.isSet(QStringLiteral("yes")) ? 0 : 1);
+    if (!site.blog->removeEntry()) {
+        throw QFException(QStringLiteral("Not Removed"),
+                          QStringLiteral("Nothing was removed from %1; confirm the removal with --yes.").arg(quoted(site.path)));
+    }
+    context.saveDocument(*site.document);
+    return 0;
+}
+
+} // namespace
+
+QString QFBlogPostCommand::name() const
+{
+    return QStringLiteral("post");
+}
+
+QString QFBlogPostCommand::synopsis() const
+{
+    return QStringLiteral("post add|list|show|edit|remove SITE …");
+}
+
+QString QFBlogPostCommand::summary() const
+{
+    return QStringLiteral("write, list, show, change and remove posts");
+}
+
+QString QFBlogPostCommand::help() const
+{
+    return QStringLiteral(
+        "Usage: quillfen post add SITE --title T [OPTIONS]\n"
+        "       quillfen post list SITE [--json]\n"
+        "       quillfen post show SITE ID [--json]\n"
+        "       quillfen post edit SITE ID [OPTIONS]\n"
+        "       quillfen post remove SITE ID... [--yes]\n"
+        "\n"
+        "add prints the new post's ID. Posts are listed newest first. remove asks\n"
+        "for confirmation; --yes gives it, and without it nothing is removed.\n"
+        "\n"
+        "Options of add and edit (with edit, --category and --tag replace the\n"
+        "post's categories and tags):\n"
+        "  --title T         the title\n"
+        "  --date DATE       ISO 8601, such as 2024-05-01T09:30:00 (default: now)\n"
+        "  --draft           a draft (not published); --published publishes it\n"
+        "  --category NAME   file under the category, made when missing (repeatable)\n"
+        "  --tag NAME        tag with a known tag of that name ignoring case, else a\n"
+        "                    new one (repeatable)\n"
+        "  --body TEXT       the text; each line becomes a paragraph\n"
+        "  --body-file F     the text read from a UTF-8 file\n"
+        "  --summary TEXT    the summary\n"
+        "  --markdown        body and summary are Markdown\n"
+        "  --html            body and summary are raw HTML, kept as typed\n"
+        "  --podcast FILE    the podcast file\n"
+        "  --json            list and show as JSON (id, guid, title, date, draft,\n"
+        "                    categories, tags, podcast; show adds summary, body)\n"
+        "  --page NAME       the blog page (unique ID, file name or title)\n");
+}
+
+int QFBlogPostCommand::run(const QStringList &arguments, QFCommandContext &context)
+{
+    const QFCommandArguments parsed(arguments, editOptions());
+    parsed.requirePositional(1, -1);
+    const QString action = parsed.positional().constFirst();
+    if (action == QLatin1String("add"))
+        return add(parsed, context);
+    if (action == QLatin1String("list"))
+        return list(parsed, context);
+    if (action == QLatin1String("show"))
+        return show(parsed, context);
+    if (action == QLatin1String("edit"))
+        return edit(parsed, context);
+    if (action == QLatin1String("remove"))
+        return remove(parsed, context);
+    QFCommandArguments::usageError(QStringLiteral("unknown action '%1' (add, list, show, edit or remove)").arg(action));
+}
