@@ -192,6 +192,18 @@ const Command hostCommands[] = {
      runSite},
 };
 
+// A synopsis too long for its column gets its summary on the next line.
+void printCommandLine(QTextStream &s, const QString &synopsis, const QString &summary)
+{
+    constexpr int column = 44;
+    s << "  " << synopsis;
+    if (synopsis.size() >= column)
+        s << '\n' << QString(column + 2, QLatin1Char(' '));
+    else
+        s << QString(column - synopsis.size(), QLatin1Char(' '));
+    s << ' ' << summary << '\n';
+}
+
 void printUsage(QTextStream &s, const QList<QFPluginCommand *> &pluginCommands)
 {
     s << "Usage: quillfen [--help] [--version] [--verbose] COMMAND [ARGS...]\n"
@@ -200,9 +212,9 @@ void printUsage(QTextStream &s, const QList<QFPluginCommand *> &pluginCommands)
          "podcasts, exported as a static site with archives and an RSS feed.\n"
          "\nCommands:\n";
     for (const Command &c : hostCommands)
-        s << "  " << QString::fromLatin1(c.synopsis).leftJustified(44) << ' ' << c.summary << '\n';
+        printCommandLine(s, QString::fromLatin1(c.synopsis), QString::fromLatin1(c.summary));
     for (const QFPluginCommand *c : pluginCommands)
-        s << "  " << c->synopsis().leftJustified(44) << ' ' << c->summary() << '\n';
+        printCommandLine(s, c->synopsis(), c->summary());
     s << "\nBlog commands take --page NAME to pick a blog page by unique ID, file name\n"
          "or title when a site has several (default: the first blog page).\n"
          "Exit codes: 0 done, 1 failed, 2 wrong usage.\n"
