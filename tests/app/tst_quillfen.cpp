@@ -151,6 +151,11 @@ void tst_Quillfen::settingRoundTrip_data()
     QTest::newRow("list as JSON") << "get" << "pingSettings"
                                   << R"([{"name":"example","rpc":true,"url":"http://ping.example/"}])"
                                   << R"([{"name":"example","rpc":true,"url":"http://ping.example/"}])";
+    // Kept beside the blog's record rather than in it.
+    QTest::newRow("comment accounts") << "get" << "commentsUserIdentifiers" << R"({"disqus":"evening"})"
+                                      << R"({"disqus":"evening"})";
+    QTest::newRow("comment service") << "get" << "commentsSelectedProviderTag" << "3" << "3";
+    QTest::newRow("sidebar sections") << "get" << "sidebarControl" << R"([{"name":"Tags"}])" << R"([{"name":"Tags"}])";
     QTest::newRow("site title") << "site" << "siteTitle" << "Field Notes" << "Field Notes";
     QTest::newRow("site base URL") << "site" << "siteBaseURL" << "https://notes.example/" << "https://notes.example/";
 }

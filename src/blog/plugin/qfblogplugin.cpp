@@ -375,6 +375,46 @@ void QFBlogPlugin::documentWasLoaded()
     setPluginIsInitialising(false);
 }
 
+QVariantMap QFBlogPlugin::pageSettings() const
+{
+    QVariantMap settings{
+        {QStringLiteral("commentsUserIdentifiers"), m_commentsUserIdentifiers},
+        {QStringLiteral("commentsSelectedProviderTag"), m_commentsSelectedProviderTag},
+        {QStringLiteral("exportCategoriesAlphabetically"), _exportCategoriesAlphabetically},
+    };
+    // An unset sidebar follows the default list, which may change between
+    // versions; only a list the user chose is kept.
+    if (_sidebarControl)
+        settings.insert(QStringLiteral("sidebarControl"), *_sidebarControl);
+    if (!_sidebarSeparator.isNull())
+        settings.insert(QStringLiteral("sidebarSeparator"), _sidebarSeparator);
+    return settings;
+}
+
+void QFBlogPlugin::restorePageSettings(const QVariantMap &settings)
+{
+    const bool wasInitialising = pluginIsInitialising();
+    setPluginIsInitialising(true);
+    // Each setting is taken only when it has its type, so damaged settings
+    // leave the defaults the record gave.
+    const QVariant identifiers = settings.value(QStringLiteral("commentsUserIdentifiers"));
+    if (identifiers.typeId() == QMetaType::QVariantMap)
+        setCommentsUserIdentifiers(identifiers.toMap());
+    const QVariant provider = settings.value(QStringLiteral("commentsSelectedProviderTag"));
+    if (provider.typeId() == QMetaType::LongLong || provider.typeId() == QMetaType::Int)
+        setCommentsSelectedProviderTag(provider.toInt());
+    const QVariant alphabetical = settings.value(QStringLiteral("exportCategoriesAlphabetically"));
+    if (alphabetical.typeId() == QMetaType::Bool)
+        setExportCategoriesAlphabetically(alphabetical.toBool());
+    const QVariant sidebar = settings.value(QStringLiteral("sidebarControl"));
+    if (sidebar.typeId() == QMetaType::QVariantList)
+        setSidebarControl(sidebar.toList());
+    const QVariant separator = settings.value(QStringLiteral("sidebarSeparator"));
+    if (separator.typeId() == QMetaType::QString)
+        setSidebarSeparator(separator.toString());
+    setPluginIsInitialising(wasInitialising);
+}
+
 std::optional<QString> QFBlogPlugin::overrideFileExtension() const
 {
     if (_usePHPForSidebarContent)

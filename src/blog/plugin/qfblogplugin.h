@@ -223,6 +223,11 @@ public:
     // After the host opened the document: repairs podcast paths against the
     // document's folder and announces the post list, without reporting a change.
     void documentWasLoaded() override;
+    // The settings the record has no place for (the comment accounts and
+    // service, the sidebar sections and separator, the category order), so
+    // they survive saving and reopening a site.
+    QVariantMap pageSettings() const override;
+    void restorePageSettings(const QVariantMap &settings) override;
 
     // The plugin's record in the site document: 59 values in a fixed order,
     // without keys or version (see docs/FORMATS.md, "Blog plugin record").

@@ -7,6 +7,8 @@
 #include "qfsitedocumentwriter.h"
 #include "qftextviewpluginclient.h"
 #include "qfkit/coding/qfarchiver.h"
+#include "qfkit/coding/qfkeyedarchiver.h"
+#include "qfkit/coding/qfkeyedunarchiver.h"
 #include "qfkit/coding/qfunarchiver.h"
 #include "qfkit/support/qfexception.h"
 
@@ -18,6 +20,11 @@ namespace {
 
 const QString CannotOpen = QStringLiteral("Cannot Open Document");
 const QString SaveFailed = QStringLiteral("Save Failed");
+
+QString pageSettingsKey(const QString &uniqueID)
+{
+    return QString::fromLatin1(QFSiteDocumentFormat::PageSettingsKeyPrefix) + uniqueID;
+}
 
 QString describePage(const QFStoredPage &page)
 {
@@ -165,6 +172,21 @@ std::unique_ptr<QFSiteDocument> QFSiteDocument::open(const QString &path, const 
     document->m_siteTitle = title.isNull() ? QString() : title.toString();
     document->m_siteBaseURL = baseURL.isNull() ? QString() : baseURL.toString();
     document->m_commonFileConsolidationMode = mode.toInt();
+    for (qsizetype i = 0; i < data.pages.size(); ++i) {
+        const QFStoredPage &page = data.pages.at(i);
+        const QVariant settings = properties.take(pageSettingsKey(page.uniqueID));
+        if (settings.isNull())
+            continue;
+        try {
+            plugins[size_t(i)]->restorePageSettings(
+                QFKeyedUnarchiver::unarchiveObjectWithData(settings.toByteArray()).toMap());
+        } catch (const QFException &e) {
+            throw QFException(CannotOpen,
+                              QStringLiteral("The document \u201c%1\u201d cannot be opened: the settings of its "
+                                             "page %2 are damaged (%3: %4).")
+                                  .arg(fileName, describePage(page), e.name(), e.reason()));
+        }
+    }
     document->m_otherProperties = properties;
 
     for (qsizetype i = 0; i < data.pages.size(); ++i) {
@@ -222,6 +244,9 @@ void QFSiteDocument::save(const QString &path)
             QFArchiver coder;
             entry.plugin->encodeWithCoder(coder);
             stored.archive = coder.data();
+            const QVariantMap settings = entry.plugin->pageSettings();
+            if (!settings.isEmpty())
+                data.properties.insert(pageSettingsKey(page.uniqueID), QFKeyedArchiver::archivedDataWithRootObject(settings));
         } catch (const QFException &e) {
             throw QFException(SaveFailed,
                               QStringLiteral("The document \u201c%1\u201d could not be saved: the record of the "

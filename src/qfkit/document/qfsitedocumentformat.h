@@ -36,6 +36,10 @@ inline constexpr char SiteTitleKey[] = "siteTitle";
 inline constexpr char SiteBaseURLKey[] = "siteBaseURL";
 inline constexpr char CommonFileConsolidationModeKey[] = "commonFileConsolidationMode";
 inline constexpr char ThemeKey[] = "theme";
+// "pageSettings/<unique ID>": bytes, the keyed archive of a map of the
+// settings a page keeps beside its plugin's record (see
+// QFTextViewPluginClient::pageSettings).
+inline constexpr char PageSettingsKeyPrefix[] = "pageSettings/";
 
 // Pages: one row per page, read back in ascending order.
 inline constexpr char PagesTable[] = "pages";

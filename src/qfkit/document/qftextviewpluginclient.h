@@ -68,6 +68,13 @@ public:
     // setDocument(). The base does nothing.
     virtual void documentWasLoaded() {}
 
+    // Settings the page keeps beside its record, for what the record's own
+    // format has no place for; the document stores them with the page and
+    // hands them back right after the record is read, before
+    // documentWasLoaded(). Values must be archivable. None by default.
+    virtual QVariantMap pageSettings() const { return {}; }
+    virtual void restorePageSettings(const QVariantMap &settings) { Q_UNUSED(settings) }
+
     // A scratch folder for this plugin and page, named by `name`:
     // <temp>/quillfen-<process id>/<unique ID>/<name>. Created when asked for
     // (an empty string when it cannot be made); removed with the plugin.
