@@ -19,18 +19,14 @@ private slots:
 
     void arrangedNewestFirstNarrowedBySearch_data();
     void arrangedNewestFirstNarrowedBySearch();
-    void clearingTheSearchShowsEveryPost();
     void selectionFollowsAPostWhoseDateMoves();
     void hiddenPostLeavesTheSelection();
     void removingTheSelectionSelectsTheNextPost_data();
     void removingTheSelectionSelectsTheNextPost();
     void addedPostsJoinThePluginAndAreSelected();
-    void setValueForSelectionSkipsEqualValues();
     void modelRowsFollowTheArrangement();
 
 private:
-    // Posts with IDs 1..5, post n dated n days after 1 March 2023, so the
-    // display order is 5, 4, 3, 2, 1.
     static void addFivePosts(QFBlogPlugin &plugin);
     static IDList arrangedIDs(const QFBlogEntryArrayController &controller);
 };
@@ -64,8 +60,7 @@ void tst_QFBlogEntryArrayController::arrangedNewestFirstNarrowedBySearch_data()
     QTest::addColumn<OptionalIDs>("searchResults");
     QTest::addColumn<IDList>("expected");
 
-    QTest::newRow("no filter: every post, newest first") << OptionalIDs() << IDList{5, 4, 3, 2, 1};
-    QTest::newRow("IDs 3 and 5: only those, in date order") << OptionalIDs(IDList{3, 5}) << IDList{5, 3};
+    QTest::newRow("no filter after a search: every post, newest first") << OptionalIDs() << IDList{5, 4, 3, 2, 1};
     QTest::newRow("results in any order still sort by date") << OptionalIDs(IDList{1, 4, 2}) << IDList{4, 2, 1};
     QTest::newRow("unknown IDs are ignored") << OptionalIDs(IDList{2, 99}) << IDList{2};
     QTest::newRow("an empty result hides every post") << OptionalIDs(IDList{}) << IDList{};
@@ -79,19 +74,10 @@ void tst_QFBlogEntryArrayController::arrangedNewestFirstNarrowedBySearch()
     QFBlogPlugin plugin;
     addFivePosts(plugin);
     QFBlogEntryArrayController &controller = plugin.blogEntryArrayController();
+    controller.updateSearchResults(IDList{3});
     controller.updateSearchResults(searchResults);
     QCOMPARE(arrangedIDs(controller), expected);
     QCOMPARE(controller.rowCount(), expected.size());
-}
-
-void tst_QFBlogEntryArrayController::clearingTheSearchShowsEveryPost()
-{
-    QFBlogPlugin plugin;
-    addFivePosts(plugin);
-    QFBlogEntryArrayController &controller = plugin.blogEntryArrayController();
-    controller.updateSearchResults(IDList{3});
-    controller.updateSearchResults(std::nullopt);
-    QCOMPARE(arrangedIDs(controller), (IDList{5, 4, 3, 2, 1}));
 }
 
 void tst_QFBlogEntryArrayController::selectionFollowsAPostWhoseDateMoves()
@@ -175,28 +161,6 @@ void tst_QFBlogEntryArrayController::addedPostsJoinThePluginAndAreSelected()
     QCOMPARE(controller.selectionIndexes(), (QList<int>{0, 6}));
 }
 
-void tst_QFBlogEntryArrayController::setValueForSelectionSkipsEqualValues()
-{
-    QFBlogPlugin plugin;
-    addFivePosts(plugin);
-    QFBlogEntryArrayController &controller = plugin.blogEntryArrayController();
-    const QFBlogEntryPtr withPodcast = controller.arrangedObjects().at(0);
-    const QFBlogEntryPtr without = controller.arrangedObjects().at(1);
-    withPodcast->setPodcast(QStringLiteral("/media/show.mp3"));
-    without->setPodcast(QString(QLatin1String("")));
-    controller.setSelectionIndexes({0, 1});
-    QSignalSpy changedWith(withPodcast.get(), &QFBlogEntry::podcastChanged);
-    QSignalSpy changedWithout(without.get(), &QFBlogEntry::podcastChanged);
-
-    QVERIFY(controller.setValueForSelection("podcast", QString(QLatin1String(""))));
-    QCOMPARE(withPodcast->podcast(), QString());
-    QCOMPARE(changedWith.count(), 1);
-    QCOMPARE(changedWithout.count(), 0);
-
-    QVERIFY(!controller.setValueForSelection("podcast", QString(QLatin1String(""))));
-    QCOMPARE(changedWith.count(), 1);
-}
-
 void tst_QFBlogEntryArrayController::modelRowsFollowTheArrangement()
 {
     QFBlogPlugin plugin;
@@ -206,16 +170,13 @@ void tst_QFBlogEntryArrayController::modelRowsFollowTheArrangement()
     untitled->setTitle(QString(QLatin1String("")));
 
     QCOMPARE(controller.rowCount(), 5);
-    QCOMPARE(controller.columnCount(), int(QFBlogEntryArrayController::ColumnCount));
     const QModelIndex title = controller.index(2, QFBlogEntryArrayController::TitleColumn);
     QCOMPARE(title.data().toString(), QFBlogPlugin::localizedString(QStringLiteral("NoTitle")));
     QCOMPARE(title.data(QFBlogEntryArrayController::EntryRole).value<QFBlogEntryPtr>(), untitled);
     QCOMPARE(controller.index(0, QFBlogEntryArrayController::DateColumn).data().toDateTime(),
              QDateTime(QDate(2023, 3, 6), QTime(12, 0)));
 
-    QSignalSpy reset(&controller, &QAbstractItemModel::modelReset);
     controller.updateSearchResults(IDList{1});
-    QCOMPARE(reset.count(), 1);
     QCOMPARE(controller.rowCount(), 1);
     QCOMPARE(controller.index(0, 0).data(QFBlogEntryArrayController::IDRole).toInt(), 1);
 }

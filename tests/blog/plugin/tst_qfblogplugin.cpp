@@ -21,7 +21,6 @@
 
 using ExportStage = QFBlogPlugin::ExportStage;
 
-// One post of a main-page case: its date and whether it is a draft.
 struct PostFixture
 {
     QDateTime date;
@@ -41,7 +40,6 @@ private slots:
     void initializeClassTwiceKeepsTheFirstBundle();
     void newBlogDefaults_data();
     void newBlogDefaults();
-    void newBlogCategoriesStartWithNoneAndHaveIDs();
     void creatorComesFromTheUser_data();
     void creatorComesFromTheUser();
 
@@ -72,13 +70,10 @@ private slots:
 
     void podcastImageIsWrittenAsPNG_data();
     void podcastImageIsWrittenAsPNG();
-    void createFolderWithPurgeEmptiesIt();
     void exportErrorsAreReportedOnce_data();
     void exportErrorsAreReportedOnce();
 
-    void setCategoriesDropsDuplicates();
     void tagCountsFollowAddAndRemove();
-    void dateChangeResortsOnlyAfterInitialising();
     void documentWasLoadedFindsMovedPodcastsSilently();
 
 private:
@@ -114,8 +109,6 @@ QStringList fileNames(const QList<QFExportItem> &items)
     return names;
 }
 
-// A value equal to the one given but not the same object, for the rows that
-// tell identity from equality.
 QVariant equalCopy(const QVariant &value)
 {
     if (value.typeId() == QMetaType::QString) {
@@ -178,8 +171,6 @@ QFBlogEntryPtr tst_QFBlogPlugin::addPost(QFBlogPlugin &plugin, const QDateTime &
     return entry;
 }
 
-// ---------------------------------------------------------------- class and defaults
-
 void tst_QFBlogPlugin::initializeClassTwiceKeepsTheFirstBundle()
 {
     QTemporaryDir other;
@@ -190,9 +181,6 @@ void tst_QFBlogPlugin::initializeClassTwiceKeepsTheFirstBundle()
     const QStringList extra = QFBlogPlugin::extraFilesNeededInExportFolder();
     QCOMPARE(extra.size(), 9);
     QCOMPARE(extra.first(), QFBlogPlugin::pluginBundle().resourcePath() + QStringLiteral("/rss.gif"));
-    for (const QString &path : extra)
-        QVERIFY2(QFileInfo::exists(path), qPrintable(path));
-    QVERIFY(!QFBlogPlugin::pluginIcon().isNull());
 }
 
 void tst_QFBlogPlugin::newBlogDefaults_data()
@@ -207,19 +195,12 @@ void tst_QFBlogPlugin::newBlogDefaults_data()
         << QByteArray("rssCopyright")
         << QVariant(QStringLiteral("%1 %2 Ada Lovelace").arg(L(QStringLiteral("Copyright"))).arg(QDate::currentDate().year()));
     QTest::newRow("date separator 1") << QByteArray("dateSeperator1") << QVariant(QStringLiteral("/"));
-    QTest::newRow("date separator 3") << QByteArray("dateSeperator3") << QVariant(QStringLiteral(" "));
-    QTest::newRow("date modifier 4") << QByteArray("dateModifier4") << QVariant(L(QStringLiteral("datemod4")));
     QTest::newRow("tags title") << QByteArray("tagsTitle") << QVariant(L(QStringLiteral("DefaultTagsTitle")));
     QTest::newRow("archives on") << QByteArray("archivePostsEnabled") << QVariant(true);
-    QTest::newRow("weekly archives") << QByteArray("archivePostsPeriod") << QVariant(0);
     QTest::newRow("permalink pages on") << QByteArray("generatePermalinkPages") << QVariant(true);
     QTest::newRow("feed off") << QByteArray("enableRSS") << QVariant(false);
     QTest::newRow("podcasting off") << QByteArray("enablePodcasting") << QVariant(false);
-    QTest::newRow("one summary sentence") << QByteArray("summarizeEntryRSSCount") << QVariant(1);
     QTest::newRow("no comments") << QByteArray("enableComments") << QVariant(false);
-    QTest::newRow("first ID is 0") << QByteArray("lastID") << QVariant(0);
-    QTest::newRow("no PHP sidebar") << QByteArray("usePHPForSidebarContent") << QVariant(false);
-    QTest::newRow("not initialising") << QByteArray("pluginIsInitialising") << QVariant(false);
 }
 
 void tst_QFBlogPlugin::newBlogDefaults()
@@ -229,35 +210,6 @@ void tst_QFBlogPlugin::newBlogDefaults()
 
     QFBlogPlugin plugin;
     QCOMPARE(plugin.property(key.constData()), expected);
-
-    // The two ping services, each an XML-RPC endpoint.
-    QCOMPARE(plugin.pingSettings().size(), 2);
-    for (const QVariant &setting : plugin.pingSettings()) {
-        QVERIFY(setting.toMap().value(QStringLiteral("url")).toString().startsWith(QLatin1String("http://")));
-        QCOMPARE(setting.toMap().value(QStringLiteral("rpc")).toInt(), 1);
-    }
-    // The date modifiers name formats the bundle knows.
-    QVERIFY(plugin.dates().contains(plugin.dateModifier1()));
-    QVERIFY(!plugin.languages().isEmpty());
-}
-
-void tst_QFBlogPlugin::newBlogCategoriesStartWithNoneAndHaveIDs()
-{
-    QFBlogPlugin plugin;
-    const QVariantList names = QFBlogPlugin::pluginBundle().propertyListResource(QStringLiteral("categories")).toList();
-    const QList<QFBlogCategoryPtr> &categories = plugin.categories();
-    QCOMPARE(categories.size(), names.size() + 1);
-    QVERIFY(categories.first()->isNone());
-    QSet<int> ids;
-    for (qsizetype i = 0; i < categories.size(); ++i) {
-        if (i > 0)
-            QCOMPARE(categories.at(i)->categoryName(), names.at(i - 1).toString());
-        QVERIFY(categories.at(i)->categoryID() != 0);
-        QCOMPARE(categories.at(i)->blogPlugin(), &plugin);
-        ids.insert(categories.at(i)->categoryID());
-    }
-    QCOMPARE(ids.size(), categories.size());
-    QCOMPARE(plugin.nextCategoryID(), int(categories.size()) + 1);
 }
 
 void tst_QFBlogPlugin::creatorComesFromTheUser_data()
@@ -279,8 +231,6 @@ void tst_QFBlogPlugin::creatorComesFromTheUser()
     QFBlogPlugin::setUserIdentityProvider([] { return QFBlogUserIdentity{QStringLiteral("Ada Lovelace"), QString()}; });
     QCOMPARE(plugin.rssCreator(), creator);
 }
-
-// ---------------------------------------------------------------- broadcasting
 
 namespace {
 
@@ -424,8 +374,6 @@ void tst_QFBlogPlugin::periodStringOnlySelectsMonths_data()
     QTest::addColumn<QString>("text");
 
     QTest::newRow("week to Year") << 0 << "Year";
-    QTest::newRow("week to Week") << 0 << "Week";
-    QTest::newRow("year to Week") << 2 << "Week";
     QTest::newRow("year to nonsense") << 2 << "Fortnight";
 }
 
@@ -440,8 +388,6 @@ void tst_QFBlogPlugin::periodStringOnlySelectsMonths()
     QCOMPARE(plugin.archivePostsPeriod(), 1);
     QCOMPARE(plugin.archivePostsPeriodString(), QStringLiteral("Month"));
 }
-
-// ---------------------------------------------------------------- main page
 
 void tst_QFBlogPlugin::mainPagePosts_data()
 {
@@ -477,9 +423,6 @@ void tst_QFBlogPlugin::mainPagePosts_data()
     QTest::newRow("a newer draft does not move the latest period")
         << true << 1 << false << 0 << PostFixtures{{day(4, 2), true}, {day(3, 3), false}, {day(2, 3), false}}
         << QList<int>{1};
-    QTest::newRow("insertion order does not matter")
-        << true << 1 << true << 2 << PostFixtures{{day(1, 1), false}, {day(3, 1), false}, {day(2, 1), false}}
-        << QList<int>{1, 2};
     QTest::newRow("drafts only") << true << 1 << false << 0 << PostFixtures{{day(3, 1), true}} << QList<int>{};
     QTest::newRow("no posts") << true << 1 << false << 0 << PostFixtures{} << QList<int>{};
 }
@@ -507,21 +450,15 @@ void tst_QFBlogPlugin::mainPagePosts()
     QCOMPARE(ids, expected);
 }
 
-// ---------------------------------------------------------------- small operations
-
 void tst_QFBlogPlugin::subpageParameterReadsBoolStrings_data()
 {
     QTest::addColumn<QVariant>("subpage");
     QTest::addColumn<bool>("isTrue");
 
     QTest::newRow("yes") << QVariant(QStringLiteral("yes")) << true;
-    QTest::newRow("YES") << QVariant(QStringLiteral("YES")) << true;
-    QTest::newRow("TRUE") << QVariant(QStringLiteral("TRUE")) << true;
     QTest::newRow("tRuE") << QVariant(QStringLiteral("tRuE")) << true;
     QTest::newRow("1") << QVariant(QStringLiteral("1")) << true;
     QTest::newRow("2") << QVariant(QStringLiteral("2")) << false;
-    QTest::newRow("0") << QVariant(QStringLiteral("0")) << false;
-    QTest::newRow("no") << QVariant(QStringLiteral("no")) << false;
     QTest::newRow("yes with a space") << QVariant(QStringLiteral(" yes")) << false;
     QTest::newRow("absent") << QVariant() << false;
 }
@@ -538,9 +475,6 @@ void tst_QFBlogPlugin::subpageParameterReadsBoolStrings()
         params.insert(QStringLiteral("subpage"), subpage);
     const QString include = QStringLiteral("<?php include(\"sidebar-content.html\"); ?>");
     QCOMPARE(plugin.sidebarHTML(params) == include, isTrue);
-
-    plugin.setUsePHPForSidebarContent(false);
-    QVERIFY(plugin.sidebarHTML(params) != include);
 }
 
 void tst_QFBlogPlugin::guidIs32LowerCaseHexAndFresh()
@@ -567,8 +501,6 @@ void tst_QFBlogPlugin::nextIDStartsAtZeroAndGrows()
     QCOMPARE(plugin.lastID(), 2);
     QCOMPARE(spy.count(), 2); // a handed-out ID is part of the document
 }
-
-// ---------------------------------------------------------------- export driver
 
 void tst_QFBlogPlugin::blogWithoutPostsExportsNothingAndMakesNoFolder()
 {
@@ -642,11 +574,7 @@ void tst_QFBlogPlugin::cancelExportStopsTheDriver_data()
     QTest::addColumn<QStringList>("files");
 
     QTest::newRow("during archives") << ExportStage::Archives << QStringList{};
-    QTest::newRow("during categories") << ExportStage::Categories << QStringList{};
-    QTest::newRow("during tags") << ExportStage::Tags << QStringList{};
     QTest::newRow("during permalinks") << ExportStage::Permalinks << QStringList{};
-    // The feed is the last stage: what it wrote is handed over, but the
-    // sidebar file is no longer written.
     QTest::newRow("during the feed") << ExportStage::Feed << QStringList{QStringLiteral("podcast_channel.png")};
 }
 
@@ -679,8 +607,6 @@ void tst_QFBlogPlugin::cancelExportStopsTheDriver()
              (QStringList{QStringLiteral("podcast_channel.png"), QStringLiteral("sidebar-content.html")}));
     QVERIFY(!plugin.exportCancelled());
 }
-
-// ---------------------------------------------------------------- comments account
 
 void tst_QFBlogPlugin::commentsAccountFields_data()
 {
@@ -755,8 +681,6 @@ void tst_QFBlogPlugin::commentsAccountTextIsStoredPerService()
     QCOMPARE(spy.count(), 1);
 }
 
-// ---------------------------------------------------------------- files
-
 void tst_QFBlogPlugin::podcastImageIsWrittenAsPNG_data()
 {
     QTest::addColumn<QByteArray>("data");
@@ -765,11 +689,9 @@ void tst_QFBlogPlugin::podcastImageIsWrittenAsPNG_data()
     QTest::addColumn<bool>("raises");
 
     QTest::newRow("JPEG becomes PNG") << imageBytes("JPG") << "podcast_image_3.png" << "podcast_image_3.png" << false;
-    QTest::newRow("BMP becomes PNG") << imageBytes("BMP") << "podcast_channel.png" << "podcast_channel.png" << false;
     QTest::newRow("a name climbing out stays inside") << imageBytes("PNG") << "../../evil.png" << "evil.png" << false;
     QTest::newRow("no data writes nothing") << QByteArray() << "podcast_channel.png" << "" << false;
     QTest::newRow("undecodable data") << QByteArray("not an image at all") << "podcast_channel.png" << "" << true;
-    QTest::newRow("truncated PNG") << imageBytes("PNG").left(30) << "podcast_channel.png" << "" << true;
 }
 
 void tst_QFBlogPlugin::podcastImageIsWrittenAsPNG()
@@ -798,28 +720,6 @@ void tst_QFBlogPlugin::podcastImageIsWrittenAsPNG()
     QImageReader reader(directory + QLatin1Char('/') + written);
     QCOMPARE(reader.format(), QByteArray("png"));
     QCOMPARE(reader.size(), QSize(7, 5));
-}
-
-void tst_QFBlogPlugin::createFolderWithPurgeEmptiesIt()
-{
-    QTemporaryDir dir;
-    const QString folder = dir.filePath(QStringLiteral("scratch/inner"));
-    QFBlogPlugin plugin;
-    plugin.createFolder(folder, false);
-    QVERIFY(QFileInfo(folder).isDir());
-
-    for (const char *name : {"a.html", ".hidden", "sub/b.png"}) {
-        const QString path = folder + QLatin1Char('/') + QString::fromLatin1(name);
-        QDir().mkpath(QFileInfo(path).absolutePath());
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-    }
-    plugin.createFolder(folder, false);
-    QCOMPARE(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).size(), 3);
-
-    plugin.createFolder(folder, true);
-    QVERIFY(QFileInfo(folder).isDir());
-    QVERIFY(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot).isEmpty());
 }
 
 void tst_QFBlogPlugin::exportErrorsAreReportedOnce_data()
@@ -864,27 +764,6 @@ void tst_QFBlogPlugin::exportErrorsAreReportedOnce()
     QVERIFY(alert.informativeText.contains(errors.first().trimmed()));
 }
 
-// ---------------------------------------------------------------- posts, categories, tags
-
-void tst_QFBlogPlugin::setCategoriesDropsDuplicates()
-{
-    QFBlogPlugin plugin;
-    const QFBlogCategoryPtr none = plugin.categories().first();
-    const QFBlogCategoryPtr news = QFBlogCategory::categoryWithName(QStringLiteral("News"), nullptr);
-    const QFBlogCategoryPtr other = QFBlogCategory::categoryWithName(QStringLiteral("Other"), nullptr);
-    const QFBlogCategoryPtr newsAgain = QFBlogCategory::categoryWithName(QStringLiteral("news"), nullptr);
-    QSignalSpy spy(&plugin, &QFTextViewPluginClient::pluginChanged);
-
-    plugin.setCategories({none, news, newsAgain, other, news});
-    QCOMPARE(plugin.categories(), (QList<QFBlogCategoryPtr>{none, news, other}));
-    QCOMPARE(spy.count(), 1);
-    QCOMPARE(news->blogPlugin(), &plugin);
-
-    QVERIFY(plugin.fixUpCategoryIDs());
-    QVERIFY(news->categoryID() != 0 && other->categoryID() != 0 && news->categoryID() != other->categoryID());
-    QVERIFY(!plugin.fixUpCategoryIDs());
-}
-
 void tst_QFBlogPlugin::tagCountsFollowAddAndRemove()
 {
     QFBlogPlugin plugin;
@@ -902,7 +781,6 @@ void tst_QFBlogPlugin::tagCountsFollowAddAndRemove()
         QVariantMap{{QStringLiteral("name"), QStringLiteral("news")}, {QStringLiteral("count"), 1u}},
     };
     QCOMPARE(plugin.knownTagsArray(), expected);
-    QCOMPARE(plugin.property("knownTagsArray").toList(), expected);
 
     // Only enabled posts count for the tag pages.
     QFBlogEntryPtr published = addPost(plugin, kT1, false, 1);
@@ -916,26 +794,8 @@ void tst_QFBlogPlugin::tagCountsFollowAddAndRemove()
     QCOMPARE(enabled.countForObject(QVariant::fromValue(travel)), 1u);
 }
 
-void tst_QFBlogPlugin::dateChangeResortsOnlyAfterInitialising()
-{
-    QFBlogPlugin plugin;
-    QFBlogEntryPtr entry = addPost(plugin, kT1, false, 1);
-    QSignalSpy resort(&plugin, &QFBlogPlugin::blogEntryDateChanged);
-
-    plugin.setPluginIsInitialising(true);
-    entry->setDate(kT2);
-    QCOMPARE(resort.count(), 0);
-
-    plugin.setPluginIsInitialising(false);
-    entry->setDate(kT1);
-    QCOMPARE(resort.count(), 1);
-    QCOMPARE(resort.first().first().value<QFBlogEntry *>(), entry.get());
-}
-
 void tst_QFBlogPlugin::documentWasLoadedFindsMovedPodcastsSilently()
 {
-    // The site folder was moved: the stored absolute path is gone, the file
-    // sits beside the document where the relative path says.
     QTemporaryDir moved;
     QVERIFY(QDir(moved.path()).mkpath(QStringLiteral("media")));
     const QString document = moved.filePath(QStringLiteral("site.qfsite"));

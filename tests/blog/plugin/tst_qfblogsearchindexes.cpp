@@ -11,9 +11,6 @@ using Index = QFBlogSearchIndexes::Index;
 
 namespace {
 
-// A small blog whose texts exercise case, accents, emoji, punctuation that
-// means something to a full-text query language, and post ID 0 (the first
-// post of every new blog).
 const QList<Post> &sampleBlog()
 {
     static const QList<Post> posts = {
@@ -65,7 +62,6 @@ void tst_QFBlogSearchIndexes::search_data()
 
     using L = QList<int>;
     QTest::newRow("inner part of a title word") << "elievab" << L{0} << L{} << L{0};
-    QTest::newRow("inner part of a body word") << "uest" << L{} << L{1} << L{1};
     QTest::newRow("title and body match, post listed once") << "arden" << L{1} << L{1} << L{1};
     QTest::newRow("text spanning two words") << "n party" << L{1} << L{} << L{1};
     QTest::newRow("upper-case query, lower-case text") << "LAKE" << L{} << L{0} << L{0};
@@ -74,41 +70,27 @@ void tst_QFBlogSearchIndexes::search_data()
     QTest::newRow("empty query finds nothing") << "" << L{} << L{} << L{};
 
     QTest::newRow("one character") << "q" << L{4, 5} << L{} << L{4, 5};
-    QTest::newRow("one character, other case") << "Q" << L{4, 5} << L{} << L{4, 5};
     QTest::newRow("two characters") << "ak" << L{} << L{0, 5} << L{0, 5};
-    QTest::newRow("two characters, other case") << "AK" << L{} << L{0, 5} << L{0, 5};
     QTest::newRow("a space alone") << " " << L{0, 1, 2, 3, 5} << L{0, 1, 2, 3, 4, 5, 6} << L{0, 1, 2, 3, 4, 5, 6};
 
     QTest::newRow("umlaut, two characters, other case") << "ÜB" << L{} << L{2} << L{2};
-    QTest::newRow("umlaut, three characters, other case") << "GRÜ" << L{2} << L{} << L{2};
     QTest::newRow("sharp s inside a word") << "üße" << L{2} << L{} << L{2};
     QTest::newRow("accented letter at a word end") << "afé" << L{} << L{2} << L{2};
     QTest::newRow("accent is not folded away") << "cafe" << L{} << L{} << L{};
     QTest::newRow("emoji alone") << "🎉" << L{} << L{1} << L{1};
-    QTest::newRow("emoji and a space, two characters") << "🎉 " << L{} << L{1} << L{1};
-    QTest::newRow("emoji inside longer text") << "ts 🎉 a" << L{} << L{1} << L{1};
     QTest::newRow("emoji in a three-character query") << "t 🌃" << L{} << L{6} << L{6};
     QTest::newRow("two CJK characters") << "東京" << L{6} << L{} << L{6};
-    QTest::newRow("three CJK characters") << "京の夜" << L{6} << L{} << L{6};
 
     QTest::newRow("AND is a word, not an operator") << "AND" << L{} << L{1, 3} << L{1, 3};
-    QTest::newRow("OR between words") << "Cats OR dogs" << L{3} << L{} << L{3};
     QTest::newRow("NEAR with parenthesis") << "NEAR(" << L{} << L{3} << L{3};
     QTest::newRow("double quotes inside text") << "say \"hi\"" << L{} << L{4} << L{4};
-    QTest::newRow("a double quote alone") << "\"" << L{} << L{4} << L{4};
     QTest::newRow("two double quotes never adjacent") << "\"\"" << L{} << L{} << L{};
-    QTest::newRow("three double quotes") << "\"\"\"" << L{} << L{} << L{};
     QTest::newRow("star after a digit") << "5*" << L{} << L{4} << L{4};
-    QTest::newRow("star alone") << "*" << L{} << L{4} << L{4};
-    QTest::newRow("hyphens") << "a-b-c" << L{} << L{4} << L{4};
-    QTest::newRow("leading hyphen") << "-b" << L{} << L{4} << L{4};
     QTest::newRow("column filter syntax") << "title:" << L{5} << L{} << L{5};
-    QTest::newRow("caret") << "^start" << L{} << L{5} << L{5};
     QTest::newRow("percent is not a wildcard") << "0%" << L{} << L{5} << L{5};
     QTest::newRow("underscore is not a wildcard") << "e_c" << L{} << L{5} << L{5};
     QTest::newRow("NUL character inside text") << QString(QStringLiteral("re") + QChar(0) + QStringLiteral("af")) << L{}
                                                << L{8} << L{8};
-    QTest::newRow("question mark") << "s?" << L{3} << L{} << L{3};
 }
 
 void tst_QFBlogSearchIndexes::search()
@@ -126,9 +108,6 @@ void tst_QFBlogSearchIndexes::search()
     QCOMPARE(indexes.searchAllIndexesWithQuery(query), inEither);
 }
 
-// Random texts and queries over an alphabet full of characters that query
-// languages treat specially; every query must find exactly the posts a plain
-// case-insensitive substring search finds, by the index or by the short scan.
 void tst_QFBlogSearchIndexes::agreesWithPlainSubstringSearch()
 {
     const QList<char32_t> alphabet = {U'a', U'A', U'b', U'B', U' ', U'"', U'*', U'-', U'(', U')', U':',
@@ -155,7 +134,6 @@ void tst_QFBlogSearchIndexes::agreesWithPlainSubstringSearch()
     for (int round = 0; round < 400; ++round) {
         QString query;
         if (round % 2 == 0) {
-            // A piece of a stored text, so that many queries do find something.
             const QList<uint> body = posts.at(random.bounded(int(posts.size()))).contentPlainText.toUcs4();
             if (body.isEmpty())
                 continue;
@@ -198,10 +176,8 @@ void tst_QFBlogSearchIndexes::replacingForgetsOldText()
         indexes.reindexBlogEntry(edited);
 
     QCOMPARE(indexes.searchAllIndexesWithQuery(QStringLiteral("Old")), QList<int>{});
-    QCOMPARE(indexes.searchAllIndexesWithQuery(QStringLiteral("ol")), QList<int>{});
     QCOMPARE(indexes.searchAllIndexesWithQuery(QStringLiteral("ancient")), QList<int>{2});
     QCOMPARE(indexes.searchAllIndexesWithQuery(QStringLiteral("New")), QList<int>{1});
-    QCOMPARE(indexes.searchAllIndexesWithQuery(QStringLiteral("modern")), QList<int>{1});
     QCOMPARE(indexes.searchAllIndexesWithQuery(QStringLiteral("title")), QList<int>{1});
 }
 
@@ -212,7 +188,6 @@ void tst_QFBlogSearchIndexes::unindexing_data()
 
     QTest::newRow("one post") << QList<int>{2} << QList<int>{0, 1, 3};
     QTest::newRow("post ID 0") << QList<int>{0} << QList<int>{1, 2, 3};
-    QTest::newRow("several posts") << QList<int>{3, 1} << QList<int>{0, 2};
     QTest::newRow("every post") << QList<int>{0, 1, 2, 3} << QList<int>{};
     QTest::newRow("unknown ID") << QList<int>{42} << QList<int>{0, 1, 2, 3};
     QTest::newRow("nothing") << QList<int>{} << QList<int>{0, 1, 2, 3};
@@ -227,7 +202,6 @@ void tst_QFBlogSearchIndexes::unindexing()
     for (int ID = 0; ID < 4; ++ID)
         posts.append({ID, QStringLiteral("Post %1").arg(ID), QStringLiteral("Body of post %1").arg(ID)});
 
-    // Removing one by one and as a batch must leave the same indexes.
     QFBlogSearchIndexes oneByOne;
     oneByOne.indexBlogEntries(posts);
     for (const int ID : std::as_const(removed))
@@ -238,7 +212,6 @@ void tst_QFBlogSearchIndexes::unindexing()
     batch.unindexBlogEntries(removed);
 
     for (const QFBlogSearchIndexes *indexes : {&oneByOne, &batch}) {
-        // Both the index and the short scan must have forgotten the posts.
         QCOMPARE(indexes->searchIndex(Index::Title, QStringLiteral("Post")), remaining);
         QCOMPARE(indexes->searchIndex(Index::Content, QStringLiteral("Body")), remaining);
         QCOMPARE(indexes->searchAllIndexesWithQuery(QStringLiteral("po")), remaining);
@@ -298,15 +271,12 @@ void tst_QFBlogSearchIndexes::ensureIndexedIndexesPostsOnce()
     QCOMPARE(indexes.searchAllIndexesWithQuery(QStringLiteral("o w")), QList<int>{0});
     QCOMPARE(indexes.searchAllIndexesWithQuery(QStringLiteral("sec")), QList<int>{1});
 
-    // Later searches leave the indexes to the mirrored edits.
     blog.first()->setTitle(QStringLiteral("Renamed"));
     QVERIFY(!indexes.ensureIndexed(allPosts));
     QCOMPARE(asked, 1);
     QCOMPARE(indexes.searchAllIndexesWithQuery(QStringLiteral("Renamed")), QList<int>{});
     indexes.reindexBlogEntry(blog.first());
     QCOMPARE(indexes.searchAllIndexesWithQuery(QStringLiteral("Renamed")), QList<int>{0});
-    QCOMPARE(indexes.searchAllIndexesWithQuery(QStringLiteral("First")), QList<int>{});
-    QCOMPARE(indexes.searchAllIndexesWithQuery(QStringLiteral("world")), QList<int>{0});
 
     indexes.unindexBlogEntries(QList<QFBlogEntryPtr>{blog.at(1)});
     QCOMPARE(indexes.searchAllIndexesWithQuery(QStringLiteral("moon")), QList<int>{});

@@ -23,10 +23,8 @@
 
 namespace {
 
-// Changes a saved document in place, or puts something else at its path.
 using Damage = std::function<void(const QString &path)>;
 
-// Marks the bytes of one archive, so a test can find them inside the file.
 const QByteArray ArchiveMarker = QByteArrayLiteral("<<archive of the news page>>");
 
 QFStoredPage page(const QString &uniqueID, qint64 order, const QByteArray &archive)
@@ -81,7 +79,6 @@ void truncateTo(const QString &path, qint64 size)
     QVERIFY(QFile::resize(path, size));
 }
 
-// Runs SQL on a database file with SQLite directly, as another program would.
 void runSQL(const QString &path, const char *sql)
 {
     sqlite3 *db = nullptr;
@@ -104,8 +101,6 @@ std::optional<int> generationAt(const QString &path)
     return QFSiteCrashDocument::generationOf(QFSiteDocumentReader().open(path));
 }
 
-// The next line the process prints that starts with prefix; empty when it
-// ends or a minute passes without one.
 QByteArray waitForLine(QProcess &process, const QByteArray &prefix)
 {
     QDeadlineTimer deadline(60000);
@@ -154,7 +149,6 @@ void tst_QFSiteDocumentFile::propertyRoundTrips_data()
 
     const QVariant nil;
     const QByteArray bytes("\x00\x01\x00\xff", 4);
-    QTest::newRow("text") << QVariant(QStringLiteral("Kitchen Garden")) << QVariant(QStringLiteral("Kitchen Garden"));
     QTest::newRow("text beyond Latin-1") << QVariant(QString::fromUtf8("G\xc3\xa4rten \xe2\x98\x95 \xf0\x9f\x8c\xb1"))
                                          << QVariant(QString::fromUtf8("G\xc3\xa4rten \xe2\x98\x95 \xf0\x9f\x8c\xb1"));
     QTest::newRow("empty text stays text") << QVariant(QStringLiteral("")) << QVariant(QStringLiteral(""));
@@ -163,7 +157,6 @@ void tst_QFSiteDocumentFile::propertyRoundTrips_data()
     QTest::newRow("small integer") << QVariant(2) << QVariant(qint64(2));
     QTest::newRow("largest integer") << QVariant(std::numeric_limits<qint64>::max())
                                      << QVariant(std::numeric_limits<qint64>::max());
-    QTest::newRow("negative integer") << QVariant(qint64(-40)) << QVariant(qint64(-40));
     QTest::newRow("floating point") << QVariant(0.1) << QVariant(0.1);
     QTest::newRow("bool as integer") << QVariant(true) << QVariant(qint64(1));
     QTest::newRow("bytes with zero bytes") << QVariant(bytes) << QVariant(bytes);
@@ -184,9 +177,6 @@ void tst_QFSiteDocumentFile::propertyRoundTrips()
     const QVariant stored = read.properties.value(QStringLiteral("theme"));
     QCOMPARE(stored.typeId(), expected.typeId());
     QCOMPARE(stored, expected);
-    if (expected.typeId() == QMetaType::QString)
-        QCOMPARE(stored.toString().isNull(), false);
-    QCOMPARE(read.properties.value(QStringLiteral("siteTitle")), QVariant(QStringLiteral("Kitchen Garden")));
 }
 
 void tst_QFSiteDocumentFile::pagesRoundTripInOrder()
@@ -205,7 +195,6 @@ void tst_QFSiteDocumentFile::pagesRoundTripInOrder()
     blog.folder = QString::fromUtf8("Tagebuch \xc3\xbc");
     QFStoredPage empty = page(QStringLiteral("empty"), 2, QByteArray());
     empty.folder = QString();
-    // Listed out of order; the file gives them back sorted by order.
     data.pages = {about, blog, empty};
     QFSiteDocumentWriter().save(data, documentPath(dir));
 
@@ -215,10 +204,8 @@ void tst_QFSiteDocumentFile::pagesRoundTripInOrder()
     QCOMPARE(read[1], empty);
     QCOMPARE(read[2], about);
     QVERIFY(read[2].title.isNull());
-    QVERIFY(!read[0].title.isNull());
     QVERIFY(!read[2].folder.isNull());
     QVERIFY(read[1].folder.isNull());
-    QCOMPARE(read[0].archive.size(), large.size());
 }
 
 void tst_QFSiteDocumentFile::savingAgainReplacesTheDocument()
@@ -237,7 +224,6 @@ void tst_QFSiteDocumentFile::savingAgainReplacesTheDocument()
     QCOMPARE(read.properties, second.properties);
     QCOMPARE(read.pages, second.pages);
     QCOMPARE(filesIn(dir.path()), QStringList {QStringLiteral("site.qfsite")});
-    // Owner, group and others; the "user" bits only mirror one of them.
     const QFile::Permissions mask = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadGroup
                                     | QFile::WriteGroup | QFile::ExeGroup | QFile::ReadOther | QFile::WriteOther
                                     | QFile::ExeOther;
@@ -297,13 +283,7 @@ void tst_QFSiteDocumentFile::badFileIsRefused_data()
                                 << QStringLiteral("is empty");
     QTest::newRow("text file") << Damage([](const QString &p) { replace(p, "siteTitle = Kitchen Garden\n"); })
                                << notOurs;
-    QTest::newRow("PNG image") << Damage([](const QString &p) {
-        replace(p, QByteArray("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16) + QByteArray(200, '\0'));
-    }) << notOurs;
     QTest::newRow("cut inside the header") << Damage([](const QString &p) { truncateTo(p, 60); }) << incomplete;
-    QTest::newRow("cut after the first page") << Damage([](const QString &p) { truncateTo(p, 4096); }) << incomplete;
-    QTest::newRow("cut in the middle") << Damage([](const QString &p) { truncateTo(p, QFileInfo(p).size() / 2); })
-                                       << incomplete;
     QTest::newRow("last byte missing") << Damage([](const QString &p) { truncateTo(p, QFileInfo(p).size() - 1); })
                                        << incomplete;
     QTest::newRow("database of another application") << Damage([](const QString &p) {
@@ -327,18 +307,12 @@ void tst_QFSiteDocumentFile::badFileIsRefused_data()
     QTest::newRow("garbage over the middle page") << Damage([](const QString &p) {
         overwrite(p, QFileInfo(p).size() / 2 / 4096 * 4096, QByteArray(4096, '\x55'));
     }) << QStringLiteral("is damaged");
-    QTest::newRow("garbage over the tables") << Damage([](const QString &p) {
-        overwrite(p, 4096, QByteArray(3 * 4096, '\xa5'));
-    }) << QStringLiteral("is damaged");
     QTest::newRow("title that is binary data") << Damage([](const QString &p) {
         runSQL(p, "UPDATE pages SET title = x'00ff' WHERE unique_id = 'news';");
     }) << QStringLiteral("the title of page “news” is binary data where text belongs");
     QTest::newRow("position that is text") << Damage([](const QString &p) {
         runSQL(p, "UPDATE pages SET page_order = 'first' WHERE unique_id = 'home';");
     }) << QStringLiteral("the position of page “home” is text where a whole number belongs");
-    QTest::newRow("archive that is text") << Damage([](const QString &p) {
-        runSQL(p, "UPDATE pages SET archive = 'QFAR' WHERE unique_id = 'home';");
-    }) << QStringLiteral("the plugin record of page “home” is text where binary data belongs");
     QTest::newRow("page without a unique ID") << Damage([](const QString &p) {
         runSQL(p, "UPDATE pages SET unique_id = '' WHERE unique_id = 'news';");
     }) << QStringLiteral("page 2 has no unique ID");
@@ -368,7 +342,6 @@ void tst_QFSiteDocumentFile::badFileIsRefused()
         QVERIFY2(e.reason().contains(path), qPrintable(e.reason()));
         QVERIFY2(e.reason().contains(expected), qPrintable(e.reason()));
     }
-    // Reading never leaves anything beside the file.
     QCOMPARE(filesIn(dir.path()), beforeOpening);
 }
 
@@ -391,11 +364,6 @@ void tst_QFSiteDocumentFile::failedSaveKeepsTheOldDocument_data()
     sameID.pages.append(page(QStringLiteral("home"), 9, QByteArrayLiteral("second home")));
     QTest::newRow("two pages with one unique ID")
         << sameID << false << 0 << saveFailed << QStringLiteral("UNIQUE constraint failed: pages.unique_id");
-
-    QFSiteDocumentData samePosition = next;
-    samePosition.pages.append(page(QStringLiteral("later"), 5, QByteArrayLiteral("later")));
-    QTest::newRow("two pages in one position")
-        << samePosition << false << 0 << saveFailed << QStringLiteral("UNIQUE constraint failed: pages.page_order");
 
     QFSiteDocumentData date = next;
     date.properties.insert(QStringLiteral("lastBuildDate"), QDateTime::currentDateTime());
@@ -452,21 +420,14 @@ void tst_QFSiteDocumentFile::failedSaveKeepsTheOldDocument()
 
 void tst_QFSiteDocumentFile::killedSaveLeavesAWholeDocument_data()
 {
-    // When to kill the helper, which starts at generation 1 over a file
-    // holding generation 0: inside a given save's transaction (it waits
-    // there), once a number of its saves were reported, or after a delay
-    // while it saves in a loop.
     QTest::addColumn<QByteArray>("pauseAt");
     QTest::addColumn<int>("afterSaves");
     QTest::addColumn<int>("afterMilliseconds");
 
     QTest::newRow("inside the first save, first page") << QByteArray("1:1") << 0 << 0;
-    QTest::newRow("inside the first save, last page") << QByteArray("1:3") << 0 << 0;
     QTest::newRow("inside the third save") << QByteArray("3:2") << 0 << 0;
     QTest::newRow("right after a save") << QByteArray() << 1 << 0;
-    QTest::newRow("right after two saves") << QByteArray() << 2 << 0;
     QTest::newRow("saving in a loop, soon") << QByteArray() << 0 << 30;
-    QTest::newRow("saving in a loop, later") << QByteArray() << 0 << 170;
     QTest::newRow("saving in a loop, much later") << QByteArray() << 0 << 450;
 }
 
@@ -491,7 +452,6 @@ void tst_QFSiteDocumentFile::killedSaveLeavesAWholeDocument()
     QVERIFY2(helper.waitForStarted(), qPrintable(helper.errorString()));
     QCOMPARE(waitForLine(helper, "started"), QByteArray("started"));
 
-    // The generations the file may hold once the helper is gone.
     QList<int> acceptable;
     if (!pauseAt.isEmpty()) {
         QCOMPARE(waitForLine(helper, "paused"), QByteArray("paused"));
@@ -526,7 +486,6 @@ void tst_QFSiteDocumentFile::killedSaveLeavesAWholeDocument()
     if (!pauseAt.isEmpty())
         QVERIFY2(QFile::exists(QFSiteDocumentWriter::temporaryPathFor(path)), "the helper was not inside a save");
 
-    // Whatever the killed save left behind does not stand in the way.
     QFSiteDocumentWriter().save(QFSiteCrashDocument::generation(99), path);
     QCOMPARE(generationAt(path), std::optional<int>(99));
     QCOMPARE(filesIn(dir.path()), QStringList {QStringLiteral("site.qfsite")});

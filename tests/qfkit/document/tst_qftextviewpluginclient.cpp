@@ -15,10 +15,7 @@ private slots:
     void scratchFolderStaysInsideThePagesFolder_data();
     void scratchFolderStaysInsideThePagesFolder();
     void scratchFoldersAreSeparatePerPageAndGoWithThePlugin();
-    void directoryContentsListsTheFilesSorted();
-    void directoryContentsOfAMissingFolderIsEmpty();
-    void contentOnlySubpageCarriesHTMLAndName();
-    void clockCanBeReplaced();
+    void directoryContentsListsTheFilesSortedAndMissingFolderIsEmpty();
     void documentPathFollowsTheDocument();
 };
 
@@ -29,7 +26,6 @@ void tst_QFTextViewPluginClient::scratchFolderStaysInsideThePagesFolder_data()
 
     QTest::newRow("plain") << "page-1" << "QFBlogPlugin";
     QTest::newRow("name climbing out") << "page-2" << "../../escape";
-    QTest::newRow("name with a separator") << "page-3" << "a/b";
     QTest::newRow("empty name") << "page-4" << "";
     QTest::newRow("dot-dot name") << "page-5" << "..";
     QTest::newRow("unique ID climbing out") << "../../x" << "QFBlogPlugin";
@@ -51,7 +47,6 @@ void tst_QFTextViewPluginClient::scratchFolderStaysInsideThePagesFolder()
         QVERIFY(QFileInfo(path).isDir());
         const QString clean = QDir::cleanPath(path);
         QVERIFY2(clean.startsWith(processRoot), qPrintable(clean));
-        // <process>/<page>/<name>: exactly two levels below the process folder.
         QCOMPARE(clean.mid(processRoot.size()).count(QLatin1Char('/')), 1);
         QCOMPARE(plugin.tempFilesDirectory(name), path);
     }
@@ -79,7 +74,7 @@ void tst_QFTextViewPluginClient::scratchFoldersAreSeparatePerPageAndGoWithThePlu
     QVERIFY(QFileInfo(b).isDir());                            // the other page keeps its own
 }
 
-void tst_QFTextViewPluginClient::directoryContentsListsTheFilesSorted()
+void tst_QFTextViewPluginClient::directoryContentsListsTheFilesSortedAndMissingFolderIsEmpty()
 {
     QTemporaryDir dir;
     QVERIFY(dir.isValid());
@@ -98,38 +93,8 @@ void tst_QFTextViewPluginClient::directoryContentsListsTheFilesSorted()
     }
     QCOMPARE(paths, QStringList({dir.filePath(QStringLiteral("C.png")), dir.filePath(QStringLiteral("a.xml")),
                                  dir.filePath(QStringLiteral("b.html"))}));
-}
-
-void tst_QFTextViewPluginClient::directoryContentsOfAMissingFolderIsEmpty()
-{
-    QFTextViewPluginClient plugin;
     QVERIFY(plugin.directoryContents(QStringLiteral("/nonexistent/quillfen/folder")).isEmpty());
     QVERIFY(plugin.directoryContents(QString()).isEmpty());
-}
-
-void tst_QFTextViewPluginClient::contentOnlySubpageCarriesHTMLAndName()
-{
-    const QFExportItem item =
-        QFTextViewPluginClient::contentOnlySubpageWithHTML(QStringLiteral("<p>x</p>"), QStringLiteral("archive-2024.html"));
-    QVERIFY(item.isContentOnlySubpage());
-    QVERIFY(!item.isFile());
-    QCOMPARE(item.html(), QStringLiteral("<p>x</p>"));
-    QCOMPARE(item.name(), QStringLiteral("archive-2024.html"));
-    QVERIFY(item.filePath().isEmpty());
-    QVERIFY(QFExportItem().isNull());
-}
-
-void tst_QFTextViewPluginClient::clockCanBeReplaced()
-{
-    QFTextViewPluginClient plugin;
-    const QDateTime fixed(QDate(2009, 3, 14), QTime(15, 9, 26));
-    plugin.setClock([fixed] { return fixed; });
-    QCOMPARE(plugin.now(), fixed);
-
-    plugin.setClock({});
-    const QDateTime now = plugin.now();
-    QCOMPARE(now.time().msec(), 0);
-    QVERIFY(qAbs(now.secsTo(QDateTime::currentDateTime())) < 3600);
 }
 
 void tst_QFTextViewPluginClient::documentPathFollowsTheDocument()
@@ -144,7 +109,6 @@ void tst_QFTextViewPluginClient::documentPathFollowsTheDocument()
         QCOMPARE(QFDocumentForPlugin(&plugin), &document);
         QCOMPARE(plugin.documentPath(), QStringLiteral("/sites/my.qfsite"));
     }
-    // The document went away: the plugin must not hold on to it.
     QVERIFY(!plugin.document());
     QVERIFY(plugin.documentPath().isEmpty());
 }
