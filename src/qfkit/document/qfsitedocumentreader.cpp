@@ -1,6 +1,7 @@
 #include "qfsitedocumentreader.h"
 
 #include "qfsitedocumentformat.h"
+#include "qfsqlitehandles.h"
 
 #include "qfkit/support/qfexception.h"
 
@@ -10,8 +11,6 @@
 #include <QFileInfo>
 #include <QSet>
 #include <QtEndian>
-
-#include <sqlite3.h>
 
 #include <memory>
 
@@ -25,16 +24,8 @@ const QString CannotOpen = QStringLiteral("Cannot Open Document");
 constexpr char SQLiteMagic[] = "SQLite format 3";
 constexpr qsizetype SQLiteHeaderSize = 100;
 
-struct DatabaseCloser
-{
-    void operator()(sqlite3 *db) const { sqlite3_close_v2(db); }
-};
-struct StatementFinalizer
-{
-    void operator()(sqlite3_stmt *statement) const { sqlite3_finalize(statement); }
-};
-using Database = std::unique_ptr<sqlite3, DatabaseCloser>;
-using Statement = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
+using QFSQLite::Database;
+using QFSQLite::Statement;
 
 QString displayed(const QString &path)
 {

@@ -1,6 +1,7 @@
 #include "qfsitedocumentwriter.h"
 
 #include "qfsitedocumentformat.h"
+#include "qfsqlitehandles.h"
 
 #include "qfkit/support/qfexception.h"
 
@@ -8,8 +9,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-
-#include <sqlite3.h>
 
 #include <cerrno>
 #include <cstring>
@@ -24,16 +23,8 @@ namespace {
 
 const QString SaveFailed = QStringLiteral("Save Failed");
 
-struct DatabaseCloser
-{
-    void operator()(sqlite3 *db) const { sqlite3_close_v2(db); }
-};
-struct StatementFinalizer
-{
-    void operator()(sqlite3_stmt *statement) const { sqlite3_finalize(statement); }
-};
-using Database = std::unique_ptr<sqlite3, DatabaseCloser>;
-using Statement = std::unique_ptr<sqlite3_stmt, StatementFinalizer>;
+using QFSQLite::Database;
+using QFSQLite::Statement;
 
 QString displayed(const QString &path)
 {
