@@ -661,8 +661,7 @@ private:
     void showExportErrors(unsigned count, const QString &errors);
 
     // Undo commands replay additions and removals without recording again.
-    friend class QFBlogAddEntriesCommand;
-    friend class QFBlogRemoveEntriesCommand;
+    friend class QFBlogEntriesCommand;
     QList<QFBlogEntryPtr> doAddEntries(const QList<QFBlogEntryPtr> &entries, bool registerUndo);
     void doRemoveEntries(const QList<QFBlogEntryPtr> &entries, bool registerUndo);
     bool hasSingleSelection() const;

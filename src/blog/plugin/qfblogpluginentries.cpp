@@ -4,11 +4,10 @@
 
 #include "blog/model/qfblogcustomitunestags.h"
 #include "blog/model/qfblogentry.h"
-#include "blog/plugin/qfblogaddentriescommand.h"
+#include "blog/plugin/qfblogentriescommand.h"
 #include "blog/plugin/qfblogentryarraycontroller.h"
 #include "blog/plugin/qfblogplugin.h"
 #include "blog/plugin/qfblogpluginindexes.h"
-#include "blog/plugin/qfblogremoveentriescommand.h"
 #include "qfkit/coding/qfcoding.h"
 #include "qfkit/document/qfsitedocument.h"
 #include "qfkit/support/qfalert.h"
@@ -101,7 +100,7 @@ QList<QFBlogEntryPtr> QFBlogPlugin::doAddEntries(const QList<QFBlogEntryPtr> &en
 
     if (registerUndo) {
         if (QUndoStack *stack = undoStackOf(*this))
-            stack->push(new QFBlogAddEntriesCommand(this, copies));
+            stack->push(new QFBlogEntriesCommand(QFBlogEntriesCommand::Edit::Added, this, copies));
     }
 
     const QFSiteDocument *delegate = document();
@@ -122,7 +121,7 @@ void QFBlogPlugin::doRemoveEntries(const QList<QFBlogEntryPtr> &entries, bool re
     m_blogEntryArrayController->rearrangeObjects();
     if (registerUndo) {
         if (QUndoStack *stack = undoStackOf(*this))
-            stack->push(new QFBlogRemoveEntriesCommand(this, entries));
+            stack->push(new QFBlogEntriesCommand(QFBlogEntriesCommand::Edit::Removed, this, entries));
     }
     m_indexes->unindexBlogEntries(entries);
     broadcastPluginChanged();
