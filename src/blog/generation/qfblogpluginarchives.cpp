@@ -52,3 +52,17 @@ QDateTime QFBlogPluginArchives::mostRecentPostBucket() const
     const std::optional<QDateTime> latest = latestPost(false);
     return currentArchiver()->bucketFromDate(latest ? *latest : m_plugin.now());
 }
+
+// ---- archive pages (placeholders until the archive pages are built)
+
+void QFBlogPluginArchives::calculateArchives() { m_archives.clear(); }
+const QMap<QDateTime, QFBlogPluginArchives::Period> &QFBlogPluginArchives::archives() const { return m_archives; }
+QList<QDateTime> QFBlogPluginArchives::archiveKeys() const { return m_archives.keys(); }
+QList<QDateTime> QFBlogPluginArchives::continuousArchiveKeys() const { return {}; }
+const QFBlogPluginArchives::Period *QFBlogPluginArchives::archiveForEntry(const QFBlogEntryPtr &) const { return nullptr; }
+QString QFBlogPluginArchives::archiveFilenameBasename(const Period &) const { return {}; }
+QString QFBlogPluginArchives::archiveFileNameWithBase(const QString &, const QString &) const { return {}; }
+QString QFBlogPluginArchives::emitArchiveLinks(const QVariantMap &) const { return {}; }
+QString QFBlogPluginArchives::archiveNavigationLinksHTML(const QDateTime &, const QVariantMap &) const { return {}; }
+QString QFBlogPluginArchives::archiveTemplate(const QVariantMap &) const { return {}; }
+std::optional<QString> QFBlogPluginArchives::emitArchiveEntries(const QDateTime &, const QString &, const QVariantMap &) { return std::nullopt; }

@@ -2,8 +2,13 @@
 
 #include "blog/generation/qfblogarchiver.h"
 
+#include "blog/model/qfblogentry.h"
+
 #include <QDateTime>
+#include <QList>
+#include <QMap>
 #include <QString>
+#include <QVariantMap>
 #include <memory>
 #include <optional>
 
@@ -33,6 +38,39 @@ public:
     // when there is no such post.
     QDateTime mostRecentPostBucket() const;
 
+    // One period of the archive table.
+    struct Period
+    {
+        QDateTime date;                 // the period start (the key)
+        int index = 0;                  // 0 for the earliest period
+        QString bucketLinkFormat;       // the archiver's calendar format
+        QList<QFBlogEntryPtr> entries;  // newest first
+    };
+
+    // Rebuilds the archive table from the posts (every period from the
+    // earliest to the latest post, gaps included).
+    void calculateArchives();
+    // The table, keyed (and so ordered) by period start.
+    const QMap<QDateTime, Period> &archives() const;
+    // Period keys ascending; newest first; newest first with entries only.
+    QList<QDateTime> archiveKeys() const;
+    QList<QDateTime> continuousArchiveKeys() const;
+    // The period holding the post, skipping the most recent period; null
+    // when none holds it.
+    const Period *archiveForEntry(const QFBlogEntryPtr &entry) const;
+    QString archiveFilenameBasename(const Period &period) const;
+    QString archiveFileNameWithBase(const QString &base, const QString &extension) const;
+    // The sidebar's archive links.
+    QString emitArchiveLinks(const QVariantMap &params) const;
+    QString archiveNavigationLinksHTML(const QDateTime &periodKey, const QVariantMap &params) const;
+    QString archiveTemplate(const QVariantMap &params) const;
+    // The page of one period: its HTML with content-only sub-pages, else
+    // written into the scratch folder (nullopt); nullopt for a period
+    // without entries.
+    std::optional<QString> emitArchiveEntries(const QDateTime &periodKey, const QString &filesDirectory,
+                                              const QVariantMap &params);
+
 private:
     QFBlogPlugin &m_plugin;
+    QMap<QDateTime, Period> m_archives;
 };

@@ -2,6 +2,10 @@
 
 #include "blog/generation/qfblogarchiver.h"
 #include "blog/generation/qfblogpluginarchives.h"
+#include "blog/generation/qfblogplugincategories.h"
+#include "blog/generation/qfblogplugincodegeneration.h"
+#include "blog/generation/qfblogpluginpermalinks.h"
+#include "blog/generation/qfblogplugintagsemission.h"
 #include "blog/model/qfblogmodel.h"
 #include "blog/model/qfblognotifier.h"
 #include "blog/model/qfcollections.h"
@@ -242,6 +246,10 @@ QStringList QFBlogPlugin::tableKeys()
 QFBlogPlugin::QFBlogPlugin(QObject *parent)
     : QFTextViewPluginClient(parent)
     , m_archives(std::make_unique<QFBlogPluginArchives>(*this))
+    , m_codeGeneration(std::make_unique<QFBlogPluginCodeGeneration>(*this))
+    , m_permalinks(std::make_unique<QFBlogPluginPermalinks>(*this))
+    , m_categories(std::make_unique<QFBlogPluginCategories>(*this))
+    , m_tagsEmission(std::make_unique<QFBlogPluginTagsEmission>(*this))
     , m_indexes(std::make_unique<QFBlogPluginIndexes>(*this))
     , m_blogEntryArrayController(std::make_unique<QFBlogEntryArrayController>(*this))
 {
@@ -433,6 +441,26 @@ void QFBlogPlugin::broadcastPluginChanged()
 QFBlogPluginArchives &QFBlogPlugin::archives() const
 {
     return *m_archives;
+}
+
+QFBlogPluginCodeGeneration &QFBlogPlugin::codeGeneration() const
+{
+    return *m_codeGeneration;
+}
+
+QFBlogPluginPermalinks &QFBlogPlugin::permalinks() const
+{
+    return *m_permalinks;
+}
+
+QFBlogPluginCategories &QFBlogPlugin::categoriesGroup() const
+{
+    return *m_categories;
+}
+
+QFBlogPluginTagsEmission &QFBlogPlugin::tagsEmission() const
+{
+    return *m_tagsEmission;
 }
 
 QFBlogPluginIndexes &QFBlogPlugin::indexes() const

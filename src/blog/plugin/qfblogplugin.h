@@ -28,6 +28,10 @@
 class QFBundle;
 class QFBlogEntryArrayController;
 class QFBlogPluginArchives;
+class QFBlogPluginCategories;
+class QFBlogPluginCodeGeneration;
+class QFBlogPluginPermalinks;
+class QFBlogPluginTagsEmission;
 class QFBlogPluginIndexes;
 class QFUnarchiver;
 class QFUserDefaults;
@@ -469,6 +473,10 @@ public:
 
     // ---- method groups
     QFBlogPluginArchives &archives() const;
+    QFBlogPluginCodeGeneration &codeGeneration() const;
+    QFBlogPluginPermalinks &permalinks() const;
+    QFBlogPluginCategories &categoriesGroup() const;
+    QFBlogPluginTagsEmission &tagsEmission() const;
     QFBlogPluginIndexes &indexes() const;
     // The entry list; owned by the plugin.
     QFBlogEntryArrayController &blogEntryArrayController() const;
@@ -667,6 +675,10 @@ private:
     bool hasSingleSelection() const;
 
     std::unique_ptr<QFBlogPluginArchives> m_archives;
+    std::unique_ptr<QFBlogPluginCodeGeneration> m_codeGeneration;
+    std::unique_ptr<QFBlogPluginPermalinks> m_permalinks;
+    std::unique_ptr<QFBlogPluginCategories> m_categories;
+    std::unique_ptr<QFBlogPluginTagsEmission> m_tagsEmission;
     std::unique_ptr<QFBlogPluginIndexes> m_indexes;
     std::unique_ptr<QFBlogEntryArrayController> m_blogEntryArrayController;
 

@@ -2,6 +2,7 @@
 
 #include <QMetaType>
 #include <QString>
+#include <QVariantMap>
 
 // One result of a plugin's export call, handed to the site exporter: either a
 // file that the exporter copies into the page's files folder (an absolute
@@ -30,11 +31,15 @@ public:
     // The HTML and the file name of a content-only sub-page; empty otherwise.
     const QString &html() const { return m_html; }
     const QString &name() const { return m_name; }
+    // Values the exporter puts into the site's page template for a
+    // content-only sub-page instead of the page's own (such as "title").
+    const QVariantMap &substitutions() const { return m_substitutions; }
+    void setSubstitution(const QString &key, const QVariant &value) { m_substitutions.insert(key, value); }
 
     friend bool operator==(const QFExportItem &a, const QFExportItem &b)
     {
         return a.m_kind == b.m_kind && a.m_filePath == b.m_filePath && a.m_html == b.m_html
-            && a.m_name == b.m_name;
+            && a.m_name == b.m_name && a.m_substitutions == b.m_substitutions;
     }
 
 private:
@@ -42,6 +47,7 @@ private:
     QString m_filePath;
     QString m_html;
     QString m_name;
+    QVariantMap m_substitutions;
 };
 
 Q_DECLARE_METATYPE(QFExportItem)
