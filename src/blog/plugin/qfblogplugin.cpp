@@ -617,6 +617,19 @@ void QFBlogPlugin::cancelExport()
     _exportCancelled = true;
 }
 
+void QFBlogPlugin::beginExportUnits(qint64 total)
+{
+    m_exportUnitsDone = 0;
+    m_exportUnitsTotal = total;
+    reportExportProgress(0, total);
+}
+
+void QFBlogPlugin::exportUnitDone()
+{
+    ++m_exportUnitsDone;
+    reportExportProgress(m_exportUnitsDone, std::max(m_exportUnitsDone, m_exportUnitsTotal));
+}
+
 bool QFBlogPlugin::exportCancelled() const
 {
     return _exportCancelled;

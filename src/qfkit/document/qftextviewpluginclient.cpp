@@ -136,3 +136,8 @@ QDateTime QFTextViewPluginClient::now() const
 {
     return m_clock ? m_clock() : systemNow();
 }
+
+void QFTextViewPluginClient::reportExportProgress(qint64 done, qint64 total)
+{
+    emit exportProgress(done, total);
+}

@@ -12,6 +12,7 @@
 #include <QString>
 #include <QVariantMap>
 #include <functional>
+#include <optional>
 
 class QFArchiver;
 class QFLinkResolver;
@@ -75,6 +76,31 @@ public:
     virtual QVariantMap pageSettings() const { return {}; }
     virtual void restorePageSettings(const QVariantMap &settings) { Q_UNUSED(settings) }
 
+    // ---- export: what the site exporter asks every page for, in this order:
+    // pageContentHeaders(), contentHTML(), sidebarHTML(),
+    // extraFilesNeededInExportFolder(). Any thread (one export at a time);
+    // cancelExport() from any thread. The base makes an empty page.
+
+    // The main file's content (the part the site theme wraps).
+    virtual QString contentHTML(const QVariantMap &params) { Q_UNUSED(params) return {}; }
+    // The page's sidebar content.
+    virtual QString sidebarHTML(const QVariantMap &params) { Q_UNUSED(params) return {}; }
+    // Elements for the head of the page (feed links).
+    virtual QString pageContentHeaders(const QVariantMap &params) const { Q_UNUSED(params) return {}; }
+    // The page's other files and content-only sub-pages.
+    virtual QList<QFExportItem> extraFilesNeededInExportFolder(const QVariantMap &params)
+    {
+        Q_UNUSED(params) return {};
+    }
+    // Asks a running export to stop soon; the export then returns early.
+    virtual void cancelExport() {}
+    // An extension the page's files must have instead of the site's ("php").
+    virtual std::optional<QString> overrideFileExtension() const { return std::nullopt; }
+
+    // Progress of a running export in units of the plugin's choosing (posts,
+    // pages): emits exportProgress(). Any thread.
+    void reportExportProgress(qint64 done, qint64 total);
+
     // A scratch folder for this plugin and page, named by `name`:
     // <temp>/quillfen-<process id>/<unique ID>/<name>. Created when asked for
     // (an empty string when it cannot be made); removed with the plugin.
@@ -110,6 +136,8 @@ public:
 signals:
     // The page changed; emitted by broadcastPluginChanged().
     void pluginChanged();
+    // Emitted by reportExportProgress(), on the exporting thread.
+    void exportProgress(qint64 done, qint64 total);
 
 private:
     QPointer<QFSiteDocument> m_document;
