@@ -3,10 +3,13 @@
 // Exit codes: 0 ok, 1 the command failed, 2 the command was used wrongly.
 // Errors go to stderr and name the file or service and the problem.
 //
-// The host's own commands (new, info, site) are in the table below; the
-// commands of page plugins (the blog's post, category, search, get, set) come
-// from the plugins folder: "../plugins" beside this executable, or the folder
-// named by QUILLFEN_PLUGIN_PATH.
+// The host's own commands (new, info, site, export, serve) are in the table
+// below, export and serve in files of their own; the commands of page plugins
+// (the blog's post, category, search, get, set) come from the plugins folder:
+// "../plugins" beside this executable, or the folder named by
+// QUILLFEN_PLUGIN_PATH.
+#include "qfexportcommand.h"
+#include "qfservecommand.h"
 #include "qfkit/document/qfcommandarguments.h"
 #include "qfkit/document/qfcommandcontext.h"
 #include "qfkit/document/qfpagepluginfactory.h"
@@ -190,6 +193,10 @@ const Command hostCommands[] = {
      "changes it and saves the site. Keys: siteTitle, siteBaseURL,\n"
      "commonFileConsolidationMode (a whole number).\n",
      runSite},
+    {QFExportCommand::name, QFExportCommand::synopsis, QFExportCommand::summary, QFExportCommand::help(),
+     QFExportCommand::run},
+    {QFServeCommand::name, QFServeCommand::synopsis, QFServeCommand::summary, QFServeCommand::help(),
+     QFServeCommand::run},
 };
 
 // A synopsis too long for its column gets its summary on the next line.

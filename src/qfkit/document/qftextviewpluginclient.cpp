@@ -1,6 +1,9 @@
 #include "qftextviewpluginclient.h"
 
+#include "qfpageexportcontext.h"
+#include "qfpagelinkresolver.h"
 #include "qfsitedocument.h"
+#include "qfsitetheme.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -27,6 +30,7 @@ QDateTime systemNow()
 QFTextViewPluginClient::QFTextViewPluginClient(QObject *parent)
     : QObject(parent)
     , m_uniqueID(QUuid::createUuid().toString(QUuid::WithoutBraces))
+    , m_linkResolver(std::make_unique<QFPageLinkResolver>(this))
 {
 }
 
@@ -82,13 +86,25 @@ QString QFTextViewPluginClient::tempFilesDirectory(const QString &name)
     if (folder.isEmpty() || folder == QLatin1String(".") || folder == QLatin1String(".."))
         folder = QStringLiteral("scratch");
 
-    const QString root = processScratchRoot() + QLatin1Char('/') + page;
+    QMutexLocker locker(&m_scratchMutex);
+    const QString root = (m_scratchRoot.isEmpty() ? processScratchRoot() : m_scratchRoot) + QLatin1Char('/') + page;
     const QString path = root + QLatin1Char('/') + folder;
     if (!QDir().mkpath(path))
         return QString();
-    QMutexLocker locker(&m_scratchMutex);
     m_scratchRoots.insert(root);
     return path;
+}
+
+void QFTextViewPluginClient::setScratchRoot(const QString &root)
+{
+    QMutexLocker locker(&m_scratchMutex);
+    m_scratchRoot = root;
+}
+
+QString QFTextViewPluginClient::scratchRoot() const
+{
+    QMutexLocker locker(&m_scratchMutex);
+    return m_scratchRoot.isEmpty() ? processScratchRoot() : m_scratchRoot;
 }
 
 QList<QFExportItem> QFTextViewPluginClient::directoryContents(const QString &path) const
@@ -111,9 +127,12 @@ QFExportItem QFTextViewPluginClient::contentOnlySubpageWithHTML(const QString &h
 QString QFTextViewPluginClient::updatePageTemplate(const QString &pageTemplate, const QVariantMap &params,
                                                    int depth) const
 {
-    // Themes come with the site document's stored form; until then a page
-    // keeps the plugin's own template.
-    return pageTemplate;
+    std::shared_ptr<const QFPageExportContext> context = siteContext();
+    if (!context) {
+        context = std::make_shared<const QFPageExportContext>(std::make_shared<const QFSiteLayout>(), m_uniqueID,
+                                                              QFSiteTheme::defaultTheme());
+    }
+    return context->placeTemplate(pageTemplate, params, depth);
 }
 
 QFHTMLExporter QFTextViewPluginClient::exporterWithParams(const QVariantMap &params) const
@@ -123,8 +142,35 @@ QFHTMLExporter QFTextViewPluginClient::exporterWithParams(const QVariantMap &par
 
 const QFLinkResolver *QFTextViewPluginClient::pageFromPageID(const QString &pageID) const
 {
-    // Pages do not offer link resolvers through the document yet.
-    return nullptr;
+    const std::shared_ptr<const QFPageExportContext> context = siteContext();
+    if (!context)
+        return nullptr;
+    const QFSiteLayout::Page *page = context->layout().page(pageID);
+    return page && page->plugin ? page->plugin->linkResolver() : nullptr;
+}
+
+const QFLinkStyleResolver *QFTextViewPluginClient::linkResolver() const
+{
+    return m_linkResolver.get();
+}
+
+void QFTextViewPluginClient::setExportContext(std::shared_ptr<const QFPageExportContext> context)
+{
+    QMutexLocker locker(&m_exportMutex);
+    m_exportContext = std::move(context);
+}
+
+std::shared_ptr<const QFPageExportContext> QFTextViewPluginClient::siteContext() const
+{
+    {
+        QMutexLocker locker(&m_exportMutex);
+        if (m_exportContext)
+            return m_exportContext;
+    }
+    if (!m_document)
+        return nullptr;
+    auto layout = std::make_shared<const QFSiteLayout>(QFSiteLayout::forDocument(*m_document));
+    return std::make_shared<const QFPageExportContext>(std::move(layout), m_uniqueID, QFSiteTheme::defaultTheme());
 }
 
 void QFTextViewPluginClient::setClock(Clock clock)

@@ -12,10 +12,14 @@
 #include <QString>
 #include <QVariantMap>
 #include <functional>
+#include <memory>
 #include <optional>
 
 class QFArchiver;
 class QFLinkResolver;
+class QFLinkStyleResolver;
+class QFPageExportContext;
+class QFPageLinkResolver;
 class QFSiteDocument;
 
 // The base class of page plugins: what the host gives a plugin and what a
@@ -97,14 +101,31 @@ public:
     // An extension the page's files must have instead of the site's ("php").
     virtual std::optional<QString> overrideFileExtension() const { return std::nullopt; }
 
+    // The href of one of the page's sub-pages (a permalink page, a podcast
+    // file …) named by the sub-page ID of an internal link, as written into a
+    // file at that depth correction (0: the page's main file, so the files
+    // folder comes first; 1: a file inside the files folder). nullopt for a
+    // sub-page the plugin does not know; the base knows none. Any thread.
+    virtual std::optional<QString> hrefForSubpage(const QString &subPageID, int depthCorrection) const
+    {
+        Q_UNUSED(subPageID) Q_UNUSED(depthCorrection) return std::nullopt;
+    }
+
     // Progress of a running export in units of the plugin's choosing (posts,
     // pages): emits exportProgress(). Any thread.
     void reportExportProgress(qint64 done, qint64 total);
 
     // A scratch folder for this plugin and page, named by `name`:
-    // <temp>/quillfen-<process id>/<unique ID>/<name>. Created when asked for
-    // (an empty string when it cannot be made); removed with the plugin.
+    // <scratch root>/<unique ID>/<name>, the scratch root being
+    // <temp>/quillfen-<process id> unless the site exporter set another for
+    // the export (one on the output's file system, so results are moved, not
+    // copied). Created when asked for (an empty string when it cannot be
+    // made); removed with the plugin.
     QString tempFilesDirectory(const QString &name);
+    // An empty root restores the default. Set by the site exporter around an
+    // export, on the exporting thread.
+    void setScratchRoot(const QString &root);
+    QString scratchRoot() const;
 
     // The files directly inside the folder (not its sub-folders, not hidden
     // files), as file results with absolute paths, sorted by name so exports
@@ -114,18 +135,35 @@ public:
     // Wraps HTML as a content-only sub-page result named `name`.
     static QFExportItem contentOnlySubpageWithHTML(const QString &html, const QString &name);
 
-    // Places a page of the plugin inside the site's theme, `depth` folders
-    // below the page. The site theme is not part of the document yet, so the
-    // template comes back unchanged.
+    // Places a whole-page template of the plugin (an HTML document with head
+    // and body) inside the site's theme for a file `depth` folders below the
+    // page's folder (1: the files folder): site title, navigation, the
+    // sidebar of this export (the sub-page sidebar below the page), the
+    // page's feed links, the style sheet's path. Every "%…%" placeholder of
+    // the template, "%charset%" included, is kept for the plugin to replace.
+    // See QFPageExportContext::placeTemplate. Outside an export the site is
+    // taken from the document, without sidebar; without a document the
+    // theme has no navigation and no site title.
     QString updatePageTemplate(const QString &pageTemplate, const QVariantMap &params, int depth) const;
 
     // A rich-text exporter carrying the host's export parameters.
     QFHTMLExporter exporterWithParams(const QVariantMap &params) const;
 
-    // The link resolver of the page with that unique ID, through which
-    // internal links to it become hrefs. Null while the site document does
-    // not resolve pages (it does not yet), and for an unknown ID.
+    // The link resolver of the page with that unique ID (a
+    // QFLinkStyleResolver, see QFPageLinkResolver), through which internal
+    // links written on that page become hrefs. Owned by that page's plugin.
+    // Null for an unknown ID and for a plugin outside any document and
+    // export.
     const QFLinkResolver *pageFromPageID(const QString &pageID) const;
+    // This page's own resolver; never null, owned by the plugin.
+    const QFLinkStyleResolver *linkResolver() const;
+
+    // What the site exporter tells the plugin while it exports this page
+    // (site layout, sidebars, feed links); set and cleared by the exporter.
+    void setExportContext(std::shared_ptr<const QFPageExportContext> context);
+    // The running export's context, else one made from the document (no
+    // sidebars); null without either.
+    std::shared_ptr<const QFPageExportContext> siteContext() const;
 
     // "Now" for the plugin (build dates, new posts, copyright years). The
     // system clock in whole seconds unless a test sets another; an empty
@@ -145,4 +183,8 @@ private:
     Clock m_clock;
     mutable QMutex m_scratchMutex;
     QSet<QString> m_scratchRoots;
+    QString m_scratchRoot;
+    mutable QMutex m_exportMutex;
+    std::shared_ptr<const QFPageExportContext> m_exportContext;
+    std::unique_ptr<QFPageLinkResolver> m_linkResolver;
 };

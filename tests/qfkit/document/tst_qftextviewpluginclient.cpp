@@ -1,11 +1,39 @@
 #include "qfkit/document/qfsitedocument.h"
 #include "qfkit/document/qftextviewpluginclient.h"
+#include "qfkit/text/qflinkstyleresolver.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QtTest>
+
+namespace {
+
+// Answers for one sub-page, as a blog answers for a permalink page.
+class LinkingPlugin final : public QFTextViewPluginClient
+{
+public:
+    std::optional<QString> hrefForSubpage(const QString &subPageID, int depthCorrection) const override
+    {
+        if (subPageID != QLatin1String("permalink:1"))
+            return std::nullopt;
+        return depthCorrection == 0 ? QStringLiteral("files/p1.html") : QStringLiteral("p1.html");
+    }
+};
+
+QStringList placeholders(const QString &html)
+{
+    static const QRegularExpression placeholder(QStringLiteral("%[A-Za-z0-9_]+%"));
+    QStringList found;
+    for (auto it = placeholder.globalMatch(html); it.hasNext();)
+        found.append(it.next().captured());
+    found.sort();
+    return found;
+}
+
+} // namespace
 
 class tst_QFTextViewPluginClient : public QObject
 {
@@ -17,6 +45,10 @@ private slots:
     void scratchFoldersAreSeparatePerPageAndGoWithThePlugin();
     void directoryContentsListsTheFilesSortedAndMissingFolderIsEmpty();
     void documentPathFollowsTheDocument();
+    void updatePageTemplateKeepsEveryPlaceholder_data();
+    void updatePageTemplateKeepsEveryPlaceholder();
+    void internalLinksResolveAcrossPages_data();
+    void internalLinksResolveAcrossPages();
 };
 
 void tst_QFTextViewPluginClient::scratchFolderStaysInsideThePagesFolder_data()
@@ -111,6 +143,104 @@ void tst_QFTextViewPluginClient::documentPathFollowsTheDocument()
     }
     QVERIFY(!plugin.document());
     QVERIFY(plugin.documentPath().isEmpty());
+}
+
+void tst_QFTextViewPluginClient::updatePageTemplateKeepsEveryPlaceholder_data()
+{
+    QTest::addColumn<QString>("pageTemplate");
+    QTest::addColumn<QString>("folder");
+    QTest::addColumn<int>("depth");
+    QTest::addColumn<QString>("stylesheet");
+
+    const QString resources = QStringLiteral(QF_SOURCE_DIR "/src/blog/resources/");
+    for (const char *name : {"BlogPermalinkTemplate", "BlogArchiveTemplate", "BlogCategoryTemplate", "BlogTagTemplate"}) {
+        QFile file(resources + QString::fromLatin1(name) + QStringLiteral(".html"));
+        QVERIFY2(file.open(QIODevice::ReadOnly), name);
+        const QString text = QString::fromUtf8(file.readAll());
+        QTest::addRow("%s in the files folder", name) << text << "" << 1 << "../quillfen.css";
+        QTest::addRow("%s of a page in a folder", name) << text << "a/b" << 1 << "../../../quillfen.css";
+    }
+    QTest::newRow("fragment without head or body")
+        << "<div>%blog_x_entries%</div>\n<header>%blog_x_title%</header>" << "" << 0 << "quillfen.css";
+}
+
+void tst_QFTextViewPluginClient::updatePageTemplateKeepsEveryPlaceholder()
+{
+    QFETCH(QString, pageTemplate);
+    QFETCH(QString, folder);
+    QFETCH(int, depth);
+    QFETCH(QString, stylesheet);
+
+    QFSiteDocument document;
+    document.setSiteTitle(QStringLiteral("100% %charset% Site"));
+    auto plugin = std::make_unique<QFTextViewPluginClient>();
+    QFTextViewPluginClient *page = plugin.get();
+    document.addPage(std::move(plugin), QStringLiteral("blog"), QStringLiteral("Blog"), folder);
+    const QVariantMap params{{QStringLiteral("pagecharset"), QStringLiteral("utf-8")}};
+    const QString placed = page->updatePageTemplate(pageTemplate, params, depth);
+
+    QCOMPARE(placeholders(placed), placeholders(pageTemplate));
+    QCOMPARE(placed.count(QStringLiteral("<!DOCTYPE html>")), 1);
+    QCOMPARE(placed.count(QStringLiteral("<head>")), 1);
+    QCOMPARE(placed.count(QRegularExpression(QStringLiteral("<meta charset="))), 1);
+    QCOMPARE(placed.count(QStringLiteral("name=\"viewport\"")), 1);
+    QCOMPARE(placed.count(QStringLiteral("<title>")), 1);
+    QVERIFY(placed.contains(QStringLiteral("<link rel=\"stylesheet\" href=\"%1\" />").arg(stylesheet)));
+    // The site's own texts can never be taken for a placeholder.
+    QVERIFY(placed.contains(QStringLiteral("100&#37; &#37;charset&#37; Site")));
+}
+
+void tst_QFTextViewPluginClient::internalLinksResolveAcrossPages_data()
+{
+    QTest::addColumn<QString>("from");
+    QTest::addColumn<QString>("to");
+    QTest::addColumn<QString>("subPage");
+    QTest::addColumn<int>("depth");
+    QTest::addColumn<int>("style");
+    QTest::addColumn<QString>("href"); // null: no link
+
+    const int relative = int(QFLinkStyle::Relative);
+    QTest::newRow("other page from a main file") << "home" << "trips" << "" << 0 << relative << "travel/trips.html";
+    QTest::newRow("other page from the files folder") << "home" << "trips" << "" << 1 << relative << "../travel/trips.html";
+    QTest::newRow("page up a folder") << "trips" << "home" << "" << 0 << relative << "../index.html";
+    QTest::newRow("own sub-page in the files folder") << "trips" << "trips" << "permalink:1" << 1 << relative << "p1.html";
+    QTest::newRow("own sub-page from the main file") << "trips" << "trips" << "permalink:1" << 0 << relative << "files/p1.html";
+    QTest::newRow("other page's sub-page") << "home" << "trips" << "permalink:1" << 1 << relative << "../travel/files/p1.html";
+    QTest::newRow("absolute sub-page") << "home" << "trips" << "permalink:1" << 0 << int(QFLinkStyle::Absolute)
+                                       << "http://example.org/travel/files/p1.html";
+    QTest::newRow("unknown sub-page") << "home" << "trips" << "permalink:2" << 0 << relative << QString();
+    QTest::newRow("unknown page") << "home" << "gone" << "" << 0 << relative << QString();
+}
+
+void tst_QFTextViewPluginClient::internalLinksResolveAcrossPages()
+{
+    QFETCH(QString, from);
+    QFETCH(QString, to);
+    QFETCH(QString, subPage);
+    QFETCH(int, depth);
+    QFETCH(int, style);
+    QFETCH(QString, href);
+
+    QFSiteDocument document;
+    document.setSiteBaseURL(QStringLiteral("http://example.org"));
+    auto home = std::make_unique<LinkingPlugin>();
+    home->setUniqueID(QStringLiteral("home"));
+    QFTextViewPluginClient *homePage = home.get();
+    document.addPage(std::move(home), QStringLiteral("index.html"), QStringLiteral("Home"));
+    auto trips = std::make_unique<LinkingPlugin>();
+    trips->setUniqueID(QStringLiteral("trips"));
+    QFTextViewPluginClient *tripsPage = trips.get();
+    document.addPage(std::move(trips), QStringLiteral("trips"), QStringLiteral("Trips"), QStringLiteral("travel"));
+
+    const QFTextViewPluginClient *asker = from == QLatin1String("home") ? tripsPage : homePage;
+    const auto *resolver = dynamic_cast<const QFLinkStyleResolver *>(asker->pageFromPageID(from));
+    QVERIFY(resolver);
+    QCOMPARE(asker->pageFromPageID(QStringLiteral("gone")), nullptr);
+    const std::optional<QString> result =
+        resolver->hrefForInternalLink(QFLink::internalLink(to, subPage), depth, QFLinkStyle(style));
+    QCOMPARE(result.has_value(), !href.isNull());
+    if (result)
+        QCOMPARE(*result, href);
 }
 
 QTEST_GUILESS_MAIN(tst_QFTextViewPluginClient)

@@ -1,0 +1,404 @@
+#include "qfsiteexporter.h"
+
+#include "qfpageexportcontext.h"
+#include "qfpagepluginfactory.h"
+#include "qfpluginregistry.h"
+#include "qfsitedocument.h"
+#include "qfsitetheme.h"
+#include "qftextviewpluginclient.h"
+#include "qfkit/support/qfexception.h"
+#include "qfkit/support/qflog.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QFileInfo>
+#include <QScopeGuard>
+#include <QSet>
+#include <QTemporaryDir>
+#include <memory>
+#include <sys/stat.h>
+
+namespace {
+
+const QString ExportFailed = QStringLiteral("Export Failed");
+
+QString quoted(const QString &path)
+{
+    return QStringLiteral("\u201c%1\u201d").arg(QDir::toNativeSeparators(path));
+}
+
+[[noreturn]] void fail(const QString &reason)
+{
+    throw QFException(ExportFailed, reason);
+}
+
+QString joined(const QString &folder, const QString &name)
+{
+    return folder.isEmpty() ? name : folder + QLatin1Char('/') + name;
+}
+
+// A new, empty folder beside the output folder whose name starts with prefix.
+QString makeSideFolder(const QString &parent, const QString &prefix, const QString &output)
+{
+    QTemporaryDir dir(parent + QLatin1Char('/') + prefix + QStringLiteral("XXXXXX"));
+    if (!dir.isValid()) {
+        fail(QStringLiteral("Cannot write beside %1: %2.").arg(quoted(output), dir.errorString()));
+    }
+    dir.setAutoRemove(false);
+    return dir.path();
+}
+
+// A name beside the output folder that nothing has yet.
+QString freeSideName(const QString &parent, const QString &prefix, const QString &output)
+{
+    const QString path = makeSideFolder(parent, prefix, output);
+    QDir().rmdir(path);
+    return path;
+}
+
+} // namespace
+
+// One export: the staging and scratch folders, what has been written, and
+// the clean-up that runs however the export ends.
+class QFSiteExporter::Run final
+{
+public:
+    Run(QFSiteExporter &exporter, const QString &outputFolder)
+        : m_exporter(exporter)
+        , m_output(outputFolder)
+    {
+    }
+    Q_DISABLE_COPY_MOVE(Run)
+
+    ~Run()
+    {
+        for (QFTextViewPluginClient *plugin : std::as_const(m_touchedPlugins)) {
+            plugin->setExportContext(nullptr);
+            plugin->setScratchRoot(QString());
+        }
+        m_exporter.m_currentPlugin = nullptr;
+        if (!m_scratch.isEmpty())
+            QDir(m_scratch).removeRecursively();
+        if (!m_committed) {
+            if (!m_staging.isEmpty())
+                QDir(m_staging).removeRecursively();
+            for (auto it = m_createdParents.crbegin(); it != m_createdParents.crend(); ++it)
+                QDir().rmdir(*it);
+        }
+    }
+
+    QFSiteExporter::Summary run()
+    {
+        QElapsedTimer timer;
+        timer.start();
+        prepareFolders();
+
+        m_layout = std::make_shared<const QFSiteLayout>(QFSiteLayout::forDocument(m_exporter.m_document));
+        const QList<QFSiteLayout::Page> &pages = m_layout->pages();
+        m_progress.pagesTotal = int(pages.size());
+        report();
+        for (const QFSiteLayout::Page &page : pages) {
+            if (m_exporter.m_cancelled)
+                return cancelled(timer);
+            exportPage(page);
+            if (m_exporter.m_cancelled)
+                return cancelled(timer);
+            ++m_summary.pages;
+            ++m_progress.pagesDone;
+            m_progress.unitsDone = m_progress.unitsTotal = 0;
+            report();
+        }
+        writeFile(m_staging + QLatin1Char('/') + QFSiteLayout::styleSheetFileName(), theme().styleSheet());
+        commit();
+        m_summary.seconds = double(timer.nsecsElapsed()) / 1e9;
+        return m_summary;
+    }
+
+private:
+    const QFSiteTheme &theme() const
+    {
+        return m_exporter.m_theme ? *m_exporter.m_theme : QFSiteTheme::defaultTheme();
+    }
+
+    QFSiteExporter::Summary cancelled(const QElapsedTimer &timer)
+    {
+        QFSiteExporter::Summary summary;
+        summary.cancelled = true;
+        summary.seconds = double(timer.nsecsElapsed()) / 1e9;
+        return summary;
+    }
+
+    void report()
+    {
+        if (m_exporter.m_progress)
+            m_exporter.m_progress(m_progress);
+    }
+
+    void prepareFolders()
+    {
+        const QFileInfo info(m_output);
+        if (info.exists() && !info.isDir())
+            fail(QStringLiteral("%1 is a file, not a folder; the site is exported into a folder.").arg(quoted(m_output)));
+        if (info.fileName().isEmpty())
+            fail(QStringLiteral("%1 cannot be an export folder.").arg(quoted(m_output)));
+        // The output folder is replaced as a whole; never with the site in it.
+        const QString documentPath = m_exporter.m_document.filePath();
+        if (!documentPath.isEmpty()
+            && QDir::cleanPath(QFileInfo(documentPath).absoluteFilePath()).startsWith(m_output + QLatin1Char('/'))) {
+            fail(QStringLiteral("%1 holds the site document itself; export into a folder of its own.").arg(quoted(m_output)));
+        }
+        const QString parent = info.absolutePath();
+        // Remember the parents made here, so a failed export takes them away again.
+        QStringList missing;
+        for (QString folder = parent; !QFileInfo::exists(folder); folder = QFileInfo(folder).absolutePath()) {
+            missing.prepend(folder);
+            if (QFileInfo(folder).absolutePath() == folder)
+                break;
+        }
+        for (const QString &folder : std::as_const(missing)) {
+            if (!QDir().mkdir(folder))
+                fail(QStringLiteral("Cannot make the folder %1 for %2.").arg(quoted(folder), quoted(m_output)));
+            m_createdParents.append(folder);
+        }
+        const QString base = QLatin1Char('.') + info.fileName();
+        m_staging = makeSideFolder(parent, base + QStringLiteral(".staging-"), m_output);
+        m_scratch = makeSideFolder(parent, base + QStringLiteral(".scratch-"), m_output);
+        m_madeFolders.insert(m_staging);
+    }
+
+    void ensureFolder(const QString &path)
+    {
+        if (m_madeFolders.contains(path))
+            return;
+        if (!QDir().mkpath(path))
+            fail(QStringLiteral("Cannot make the folder %1.").arg(quoted(outputPath(path))));
+        m_madeFolders.insert(path);
+    }
+
+    // Where a staging path ends up, for messages.
+    QString outputPath(const QString &stagingPath) const
+    {
+        return m_output + stagingPath.mid(m_staging.size());
+    }
+
+    void writeFile(const QString &path, const QByteArray &bytes)
+    {
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size()
+            || !file.flush()) {
+            fail(QStringLiteral("Cannot write %1: %2.").arg(quoted(outputPath(path)), file.errorString()));
+        }
+        ++m_summary.files;
+        m_summary.bytes += bytes.size();
+    }
+
+    // Moves files out of the plugin's scratch folder; anything else (bundle
+    // resources, the user's own files) is copied. A hundred thousand files
+    // per export: one stat and one rename each.
+    void placeFile(const QString &source, const QString &folder)
+    {
+        const QString name = QFSiteLayout::cleanFileName(source);
+        const QByteArray from = QFile::encodeName(source);
+        struct stat status;
+        if (name.isEmpty() || ::stat(from.constData(), &status) != 0 || !S_ISREG(status.st_mode)) {
+            qfLog(QStringLiteral("Export: skipped %1, which is not a file").arg(source));
+            return;
+        }
+        ensureFolder(folder);
+        const QString target = folder + QLatin1Char('/') + name;
+        const bool scratch = source.startsWith(m_scratch + QLatin1Char('/'));
+        // rename() replaces a file of that name, as a later item should.
+        if (!scratch || ::rename(from.constData(), QFile::encodeName(target).constData()) != 0) {
+            QFile::remove(target);
+            if (!QFile::copy(source, target))
+                fail(QStringLiteral("Cannot write %1 (from %2).").arg(quoted(outputPath(target)), quoted(source)));
+        }
+        ++m_summary.files;
+        m_summary.bytes += status.st_size;
+    }
+
+    void exportPage(const QFSiteLayout::Page &page)
+    {
+        m_progress.pageTitle = page.title;
+        QFTextViewPluginClient *plugin = page.plugin;
+        const QString pageFolder = page.folder.isEmpty() ? m_staging : m_staging + QLatin1Char('/') + page.folder;
+        const QString filesFolder = pageFolder + QLatin1Char('/') + page.filesFolderName;
+        const QString title = page.title.isEmpty() ? m_layout->siteTitle() : page.title;
+
+        if (!plugin) {
+            // A page without a plugin still has its place in the navigation.
+            QFPageExportContext context(m_layout, page.uniqueID, theme());
+            ensureFolder(pageFolder);
+            writeFile(pageFolder + QLatin1Char('/') + page.fileName, context.placeContent(QString(), title, 0).toUtf8());
+            copySharedFiles(page);
+            return;
+        }
+
+        m_touchedPlugins.insert(plugin);
+        plugin->setScratchRoot(m_scratch);
+        plugin->setExportContext(std::make_shared<const QFPageExportContext>(m_layout, page.uniqueID, theme()));
+        m_exporter.m_currentPlugin = plugin;
+        const QMetaObject::Connection progress =
+            QObject::connect(plugin, &QFTextViewPluginClient::exportProgress, [this, plugin](qint64 done, qint64 total) {
+                // A plugin clears its cancel flag when an export call starts; say it again.
+                if (m_exporter.m_cancelled)
+                    plugin->cancelExport();
+                m_progress.unitsDone = done;
+                m_progress.unitsTotal = total;
+                report();
+            });
+        const auto disconnect = qScopeGuard([&] { QObject::disconnect(progress); });
+
+        const QVariantMap params = QFSiteExporter::pageParameters(*m_layout, page, m_exporter.m_options);
+        QVariantMap subpageParams = params;
+        subpageParams.insert(QStringLiteral("subpage"), QStringLiteral("YES"));
+
+        const QString headers = plugin->pageContentHeaders(params);
+        if (m_exporter.m_cancelled)
+            return;
+        const QString content = plugin->contentHTML(params);
+        if (m_exporter.m_cancelled)
+            return;
+        QFPageExportContext::Sidebars sidebars;
+        sidebars.page = plugin->sidebarHTML(params);
+        sidebars.subpage = plugin->sidebarHTML(subpageParams);
+        const auto context =
+            std::make_shared<const QFPageExportContext>(m_layout, page.uniqueID, theme(), headers, sidebars);
+        plugin->setExportContext(context);
+        if (m_exporter.m_cancelled)
+            return;
+        const QList<QFExportItem> items = plugin->extraFilesNeededInExportFolder(params);
+        if (m_exporter.m_cancelled)
+            return;
+
+        ensureFolder(pageFolder);
+        writeFile(pageFolder + QLatin1Char('/') + page.fileName, context->placeContent(content, title, 0).toUtf8());
+        for (const QFExportItem &item : items) {
+            if (m_exporter.m_cancelled)
+                return;
+            if (item.isFile()) {
+                placeFile(item.filePath(), filesFolder);
+            } else if (item.isContentOnlySubpage()) {
+                const QString name = QFSiteLayout::cleanFileName(item.name());
+                if (name.isEmpty()) {
+                    qfLog(QStringLiteral("Export: skipped a sub-page of %1 without a file name").arg(page.uniqueID));
+                    continue;
+                }
+                ensureFolder(filesFolder);
+                writeFile(filesFolder + QLatin1Char('/') + name,
+                          context->placeContent(item.html(), title, 1, item.substitutions()).toUtf8());
+            }
+        }
+        copySharedFiles(page);
+    }
+
+    void copySharedFiles(const QFSiteLayout::Page &page)
+    {
+        if (!m_exporter.m_registry)
+            return;
+        QFPagePluginFactory *factory = m_exporter.m_registry->factory(page.pluginName);
+        if (!factory)
+            return;
+        const QString folder = m_staging + QLatin1Char('/') + m_layout->sharedFolderPath(page);
+        // In the site-wide folder each plugin class's files are needed once.
+        const QString key = folder + QLatin1Char('\n') + page.pluginName;
+        if (m_sharedCopied.contains(key))
+            return;
+        m_sharedCopied.insert(key);
+        for (const QString &path : factory->extraFilesNeededInExportFolder())
+            placeFile(path, folder);
+    }
+
+    void commit()
+    {
+        QString old;
+        if (QFileInfo::exists(m_output)) {
+            const QFileInfo info(m_output);
+            old = freeSideName(info.absolutePath(), QLatin1Char('.') + info.fileName() + QStringLiteral(".old-"), m_output);
+            if (!QDir().rename(m_output, old))
+                fail(QStringLiteral("Cannot replace %1: it could not be moved aside.").arg(quoted(m_output)));
+        }
+        if (!QDir().rename(m_staging, m_output)) {
+            if (!old.isEmpty())
+                QDir().rename(old, m_output);
+            fail(QStringLiteral("Cannot move the exported site into %1.").arg(quoted(m_output)));
+        }
+        m_committed = true;
+        if (!old.isEmpty())
+            QDir(old).removeRecursively();
+    }
+
+    QFSiteExporter &m_exporter;
+    const QString m_output;
+    QString m_staging;
+    QString m_scratch;
+    QStringList m_createdParents;
+    bool m_committed = false;
+    std::shared_ptr<const QFSiteLayout> m_layout;
+    QSet<QFTextViewPluginClient *> m_touchedPlugins;
+    QSet<QString> m_madeFolders;
+    QSet<QString> m_sharedCopied;
+    QFSiteExporter::Summary m_summary;
+    QFSiteExporter::Progress m_progress;
+};
+
+QFSiteExporter::QFSiteExporter(QFSiteDocument &document, const QFPluginRegistry *registry)
+    : m_document(document)
+    , m_registry(registry)
+{
+}
+
+void QFSiteExporter::setOptions(const Options &options)
+{
+    m_options = options;
+}
+
+void QFSiteExporter::setProgressCallback(ProgressCallback callback)
+{
+    m_progress = std::move(callback);
+}
+
+void QFSiteExporter::setTheme(const QFSiteTheme &theme)
+{
+    m_theme = &theme;
+}
+
+QFSiteExporter::Summary QFSiteExporter::exportTo(const QString &outputFolder)
+{
+    m_cancelled = false;
+    const QString output = QDir::cleanPath(QFileInfo(outputFolder).absoluteFilePath());
+    Run run(*this, output);
+    return run.run();
+}
+
+void QFSiteExporter::cancel()
+{
+    m_cancelled = true;
+    if (QFTextViewPluginClient *plugin = m_currentPlugin.load())
+        plugin->cancelExport();
+}
+
+QVariantMap QFSiteExporter::pageParameters(const QFSiteLayout &layout, const QFSiteLayout::Page &page,
+                                           const Options &options)
+{
+    QVariantMap params;
+    params.insert(QStringLiteral("base"), options.baseURL.isEmpty() ? layout.siteBaseURL() : options.baseURL);
+    params.insert(QStringLiteral("location"), page.folder);
+    params.insert(QStringLiteral("index"), page.path());
+    params.insert(QStringLiteral("name"), page.fileName);
+    params.insert(QStringLiteral("title"), page.title);
+    params.insert(QStringLiteral("FilenameExt"), page.extension);
+    params.insert(QStringLiteral("filesfoldername"), page.filesFolderName);
+    params.insert(QStringLiteral("pagecharset"), QStringLiteral("utf-8"));
+    // The shared folder as a path from the page's folder.
+    QString common = QFSiteLayout::relativePath(page.folder, 0, joined(layout.sharedFolderPath(page), QStringLiteral("x")));
+    common.chop(2);
+    params.insert(QStringLiteral("plugincommonpath"), common.isEmpty() ? QStringLiteral(".") : common);
+    params.insert(QStringLiteral("commonpathsrelative"), QStringLiteral("YES"));
+    if (options.preview)
+        params.insert(QStringLiteral("mode"), QStringLiteral("preview"));
+    if (options.contentOnlySubpages)
+        params.insert(QStringLiteral("contentonlysubpages"), QStringLiteral("YES"));
+    return params;
+}

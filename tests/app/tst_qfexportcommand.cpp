@@ -1,0 +1,144 @@
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+struct Run
+{
+    int code = -1;
+    QString out;
+    QString err;
+};
+
+} // namespace
+
+// `quillfen export`, run as a user runs it.
+class tst_QFExportCommand : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void exportsTheSiteWithTheme();
+    void failuresLeaveNoOutput_data();
+    void failuresLeaveNoOutput();
+
+private:
+    Run quillfen(QStringList arguments) const;
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    QString m_site;
+};
+
+Run tst_QFExportCommand::quillfen(QStringList arguments) const
+{
+    for (QString &argument : arguments) {
+        argument.replace(QLatin1String("SITE"), m_site);
+        argument.replace(QLatin1String("DIR"), m_dir->path());
+    }
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("QUILLFEN_PLUGIN_PATH"), QStringLiteral(QF_PLUGINS_PATH));
+    environment.insert(QStringLiteral("HOME"), m_dir->path());
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_dir->filePath(QStringLiteral("config")));
+    process.setProcessEnvironment(environment);
+    process.setWorkingDirectory(m_dir->path());
+    process.start(QStringLiteral(QF_QUILLFEN_PATH), arguments);
+    Run run;
+    if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit)
+        return run;
+    run.code = process.exitCode();
+    run.out = QString::fromUtf8(process.readAllStandardOutput());
+    run.err = QString::fromUtf8(process.readAllStandardError());
+    return run;
+}
+
+void tst_QFExportCommand::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+    m_site = m_dir->filePath(QStringLiteral("site.qfsite"));
+    const QStringList steps[] = {
+        {QStringLiteral("new"), m_site, QStringLiteral("--title"), QStringLiteral("Field Notes"),
+         QStringLiteral("--base-url"), QStringLiteral("http://example.org/")},
+        {QStringLiteral("post"), QStringLiteral("add"), m_site, QStringLiteral("--title"), QStringLiteral("First light"),
+         QStringLiteral("--body"), QStringLiteral("Morning.")},
+        {QStringLiteral("post"), QStringLiteral("add"), m_site, QStringLiteral("--title"), QStringLiteral("Second wind"),
+         QStringLiteral("--body"), QStringLiteral("Evening.")},
+    };
+    for (const QStringList &step : steps) {
+        const Run run = quillfen(step);
+        QVERIFY2(run.code == 0, qPrintable(run.err));
+    }
+}
+
+void tst_QFExportCommand::exportsTheSiteWithTheme()
+{
+    const Run run = quillfen({QStringLiteral("export"), QStringLiteral("SITE"), QStringLiteral("DIR/www")});
+    QVERIFY2(run.code == 0, qPrintable(run.err));
+    const QString out = m_dir->filePath(QStringLiteral("www"));
+    QVERIFY2(run.out.startsWith(QStringLiteral("Exported 1 page, ")), qPrintable(run.out));
+    QVERIFY(run.out.contains(out));
+    QCOMPARE(run.out.count(QLatin1Char('\n')), 1);
+    QVERIFY(run.err.isEmpty()); // no progress bar when stderr is not a terminal
+
+    QFile page(out + QStringLiteral("/blog.html"));
+    QVERIFY(page.open(QIODevice::ReadOnly));
+    const QString html = QString::fromUtf8(page.readAll());
+    QVERIFY(html.startsWith(QStringLiteral("<!DOCTYPE html>")));
+    QVERIFY(html.contains(QStringLiteral("Field Notes")));
+    QVERIFY(html.contains(QStringLiteral("href=\"quillfen.css\"")));
+    QVERIFY(QFileInfo(out + QStringLiteral("/quillfen.css")).size() > 0);
+    // The blog's shared images go to the site-wide folder.
+    QVERIFY(QFileInfo::exists(out + QStringLiteral("/common/rss.gif")));
+
+    // Exporting again replaces the folder as a whole.
+    QFile stray(out + QStringLiteral("/stray.txt"));
+    QVERIFY(stray.open(QIODevice::WriteOnly));
+    stray.close();
+    QCOMPARE(quillfen({QStringLiteral("export"), QStringLiteral("SITE"), QStringLiteral("DIR/www")}).code, 0);
+    QVERIFY(!stray.exists());
+    QVERIFY(QFileInfo::exists(out + QStringLiteral("/blog.html")));
+}
+
+void tst_QFExportCommand::failuresLeaveNoOutput_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("err");
+    QTest::addColumn<QString>("absent"); // must not exist afterwards
+
+    const auto args = [](const char *line) { return QString::fromUtf8(line).split(QLatin1Char(' ')); };
+    QTest::newRow("missing site") << args("export DIR/nowhere.qfsite DIR/www") << 1 << "nowhere.qfsite" << "www";
+    QTest::newRow("output is a file") << args("export SITE DIR/site.qfsite/www") << 1 << "Export Failed" << "";
+    QTest::newRow("output below a file") << args("export SITE SITE") << 1 << "is a file, not a folder" << "";
+    QTest::newRow("output holds the site") << args("export SITE DIR") << 1 << "holds the site document" << "";
+    QTest::newRow("one argument") << args("export SITE") << 2 << "missing arguments" << "";
+    QTest::newRow("extra argument") << args("export SITE DIR/www more") << 2 << "unexpected argument 'more'" << "www";
+    QTest::newRow("unknown option") << args("export SITE DIR/www --zip") << 2 << "unknown option '--zip'" << "www";
+}
+
+void tst_QFExportCommand::failuresLeaveNoOutput()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(int, code);
+    QFETCH(QString, err);
+    QFETCH(QString, absent);
+
+    const QStringList before = QDir(m_dir->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    const Run run = quillfen(arguments);
+    QCOMPARE(run.code, code);
+    QVERIFY2(run.err.contains(err), qPrintable(run.err));
+    QVERIFY(run.err.startsWith(QStringLiteral("quillfen export: ")));
+    QVERIFY(run.out.isEmpty());
+    if (!absent.isEmpty())
+        QVERIFY(!QFileInfo::exists(m_dir->filePath(absent)));
+    QCOMPARE(QDir(m_dir->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), before);
+}
+
+QTEST_GUILESS_MAIN(tst_QFExportCommand)
+#include "tst_qfexportcommand.moc"

@@ -1,0 +1,405 @@
+#include "qfkit/document/qfpagepluginfactory.h"
+#include "qfkit/document/qfpluginregistry.h"
+#include "qfkit/document/qfsitedocument.h"
+#include "qfkit/document/qfsiteexporter.h"
+#include "qfkit/document/qftextviewpluginclient.h"
+#include "qfkit/support/qfexception.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace {
+
+QString readText(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+void writeText(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
+
+// Every file below folder, as paths relative to it, sorted.
+QStringList tree(const QString &folder)
+{
+    QStringList files;
+    QDirIterator it(folder, QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (it.hasNext())
+        files.append(QDir(folder).relativeFilePath(it.next()));
+    files.sort();
+    return files;
+}
+
+const char *const pageTemplate = "<!DOCTYPE html>\n<html>\n<head>\n<meta charset=\"%charset%\" />\n"
+                                 "<title>%fixed_title%</title>\n</head>\n<body>\n<div class=\"fixed\">%fixed_body%</div>\n"
+                                 "</body>\n</html>\n";
+
+// A page plugin with fixed answers: a feed file, two whole pages made from a
+// template through the theme, and a content-only sub-page when asked for.
+class FixedPlugin final : public QFTextViewPluginClient
+{
+public:
+    enum class Failure { None, Exception, Assertion, CancelDuringFiles };
+
+    QString pageContentHeaders(const QVariantMap &) const override
+    {
+        return QStringLiteral("<link rel=\"alternate\" type=\"application/rss+xml\" href=\"http://x/feed.xml\" />");
+    }
+    QString contentHTML(const QVariantMap &params) override
+    {
+        contentParams = params;
+        reportExportProgress(1, 2);
+        return QStringLiteral("<p class=\"fixed-main\">Main %fixed_kept%</p>");
+    }
+    QString sidebarHTML(const QVariantMap &params) override
+    {
+        if (params.value(QStringLiteral("subpage")).toString() == QLatin1String("YES")) {
+            ++subpageSidebarCalls;
+            return QStringLiteral("<p>sidebar for sub-pages</p>");
+        }
+        ++pageSidebarCalls;
+        return QStringLiteral("<p>sidebar for the main page</p>");
+    }
+    QList<QFExportItem> extraFilesNeededInExportFolder(const QVariantMap &params) override
+    {
+        if (failure == Failure::Exception)
+            throw QFException(QStringLiteral("Invalid RSS"), QStringLiteral("It wasn't possible to encode the RSS Feed as UTF-8"));
+        if (failure == Failure::Assertion)
+            throw QFAssertionFailure(QStringLiteral("FixedPlugin"), QStringLiteral("Fixed template is missing"));
+        const QString folder = tempFilesDirectory(QStringLiteral("Fixed"));
+        scratchFolder = folder;
+        writeText(folder + QStringLiteral("/feed.xml"), "<rss/>");
+        for (int i = 1; i <= 3; ++i) {
+            QString page = updatePageTemplate(QString::fromLatin1(pageTemplate), params, 1);
+            page.replace(QLatin1String("%charset%"), params.value(QStringLiteral("pagecharset")).toString());
+            page.replace(QLatin1String("%fixed_title%"), QStringLiteral("Entry %1").arg(i));
+            page.replace(QLatin1String("%fixed_body%"), QStringLiteral("Body %1").arg(i));
+            writeText(folder + QStringLiteral("/entry-%1.html").arg(i), page.toUtf8());
+        }
+        if (failure == Failure::CancelDuringFiles)
+            exporter->cancel();
+        QList<QFExportItem> items;
+        if (params.contains(QStringLiteral("contentonlysubpages"))) {
+            QFExportItem only = contentOnlySubpageWithHTML(QStringLiteral("<p>Only %fixed_kept%</p>"), QStringLiteral("only.html"));
+            only.setSubstitution(QStringLiteral("title"), QStringLiteral("Only <Title>"));
+            items.append(only);
+        }
+        items.append(directoryContents(folder));
+        return items;
+    }
+    void cancelExport() override { cancelled = true; }
+
+    Failure failure = Failure::None;
+    QFSiteExporter *exporter = nullptr;
+    QVariantMap contentParams;
+    QString scratchFolder;
+    int pageSidebarCalls = 0;
+    int subpageSidebarCalls = 0;
+    bool cancelled = false;
+};
+
+class FixedFactory final : public QFPagePluginFactory
+{
+public:
+    QString pluginIdentifier() const override { return QStringLiteral("Fixed"); }
+    QString pluginName() const override { return QStringLiteral("Fixed"); }
+    QString pluginDescription() const override { return {}; }
+    QString pluginAuthor() const override { return {}; }
+    QImage pluginIcon() const override { return {}; }
+    bool initializeClass(const QFBundle &) override { return true; }
+    QStringList extraFilesNeededInExportFolder() const override { return sharedFiles; }
+    QFTextViewPluginClient *createPlugin() override { return new FixedPlugin; }
+    QFTextViewPluginClient *createPluginFromArchive(QFUnarchiver &) override { return new FixedPlugin; }
+
+    QStringList sharedFiles;
+};
+
+} // namespace
+
+class tst_QFSiteExporter : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void placesPagesFilesAndThemeByDepth_data();
+    void placesPagesFilesAndThemeByDepth();
+    void subpageSidebarIsComputedOncePerPage();
+    void contentOnlySubpagesAreThemedWithTheirTitle();
+    void parametersDescribeThePage_data();
+    void parametersDescribeThePage();
+    void failedOrCancelledExportLeavesOutputAsItWas_data();
+    void failedOrCancelledExportLeavesOutputAsItWas();
+    void replacesAnExistingOutputAndReportsProgress();
+    void outputPathThatIsAFileIsRefused();
+
+private:
+    FixedPlugin *addPage(const QString &fileName, const QString &title, const QString &folder = QString());
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<QFSiteDocument> m_document;
+    FixedFactory m_factory;
+    QFPluginRegistry m_registry;
+};
+
+void tst_QFSiteExporter::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+    m_document = std::make_unique<QFSiteDocument>();
+    m_document->setSiteTitle(QStringLiteral("Notes & Trips"));
+    m_document->setSiteBaseURL(QStringLiteral("http://example.org/"));
+    const QString shared = m_dir->filePath(QStringLiteral("shared.png"));
+    writeText(shared, "PNG");
+    m_factory.sharedFiles = {shared};
+    m_registry = QFPluginRegistry();
+    m_registry.addFactory(&m_factory);
+}
+
+FixedPlugin *tst_QFSiteExporter::addPage(const QString &fileName, const QString &title, const QString &folder)
+{
+    auto plugin = std::make_unique<FixedPlugin>();
+    FixedPlugin *raw = plugin.get();
+    m_document->addPage(std::move(plugin), fileName, title, folder, QStringLiteral("Fixed"));
+    return raw;
+}
+
+void tst_QFSiteExporter::placesPagesFilesAndThemeByDepth_data()
+{
+    QTest::addColumn<QString>("folder");
+    QTest::addColumn<QString>("prefix"); // the page's folder in the output
+    QTest::addColumn<QString>("up");     // from the main file to the site root
+    QTest::addColumn<QString>("files");  // the page's files folder in the output
+
+    QTest::newRow("second page at the root") << "" << "" << "" << "trips-files/";
+    QTest::newRow("page two folders down") << "travel/2024" << "travel/2024/" << "../../" << "travel/2024/files/";
+    QTest::newRow("folder climbing out stays inside") << "../../travel" << "travel/" << "../" << "travel/files/";
+}
+
+void tst_QFSiteExporter::placesPagesFilesAndThemeByDepth()
+{
+    QFETCH(QString, folder);
+    QFETCH(QString, prefix);
+    QFETCH(QString, up);
+    QFETCH(QString, files);
+
+    addPage(QStringLiteral("home.html"), QStringLiteral("Home"));
+    FixedPlugin *trips = addPage(QStringLiteral("trips"), QStringLiteral("Trips"), folder);
+    QFSiteExporter exporter(*m_document, &m_registry);
+    const QString out = m_dir->filePath(QStringLiteral("out"));
+    const QFSiteExporter::Summary summary = exporter.exportTo(out);
+
+    QCOMPARE(summary.pages, 2);
+    QVERIFY(!summary.cancelled);
+    const QStringList pageFiles = {QStringLiteral("entry-1.html"), QStringLiteral("entry-2.html"),
+                                   QStringLiteral("entry-3.html"), QStringLiteral("feed.xml")};
+    QStringList expected = {QStringLiteral("common/shared.png"), QStringLiteral("home.html"),
+                            QStringLiteral("quillfen.css"), prefix + QStringLiteral("trips.html")};
+    for (const QString &file : pageFiles)
+        expected << QStringLiteral("files/") + file << files + file;
+    expected.sort();
+    QCOMPARE(tree(out), expected);
+    QCOMPARE(summary.files, qint64(expected.size()));
+    // Moved, not copied: the scratch folder is gone with the export.
+    QVERIFY(!QFileInfo::exists(trips->scratchFolder));
+
+    const QString main = readText(out + QLatin1Char('/') + prefix + QStringLiteral("trips.html"));
+    QVERIFY(main.contains(QStringLiteral("<p class=\"fixed-main\">Main %fixed_kept%</p>")));
+    QVERIFY(main.contains(QStringLiteral("href=\"%1quillfen.css\"").arg(up)));
+    QVERIFY(main.contains(QStringLiteral("<title>Trips</title>")));
+    QVERIFY(main.contains(QStringLiteral("Notes &amp; Trips")));
+    QVERIFY(main.contains(QStringLiteral("sidebar for the main page")));
+    QVERIFY(main.contains(QStringLiteral("http://x/feed.xml")));
+    QVERIFY(main.contains(QStringLiteral("<a href=\"%1home.html\">Home</a>").arg(up)));
+    QVERIFY(main.contains(QStringLiteral("<a href=\"trips.html\" aria-current=\"page\">Trips</a>")));
+
+    const QString entry = readText(out + QLatin1Char('/') + files + QStringLiteral("entry-2.html"));
+    QCOMPARE(entry.count(QStringLiteral("<head>")), 1);
+    QCOMPARE(entry.count(QStringLiteral("<body")), 1);
+    QVERIFY(entry.contains(QStringLiteral("<meta charset=\"utf-8\" />")));
+    QVERIFY(entry.contains(QStringLiteral("<title>Entry 2</title>")));
+    QVERIFY(entry.contains(QStringLiteral("<div class=\"fixed\">Body 2</div>")));
+    QVERIFY(entry.contains(QStringLiteral("href=\"../%1quillfen.css\"").arg(up)));
+    QVERIFY(entry.contains(QStringLiteral("<a href=\"../trips.html\" aria-current=\"page\">Trips</a>")));
+    QVERIFY(entry.contains(QStringLiteral("sidebar for sub-pages")));
+    QVERIFY(!entry.contains(QStringLiteral("sidebar for the main page")));
+}
+
+void tst_QFSiteExporter::subpageSidebarIsComputedOncePerPage()
+{
+    FixedPlugin *blog = addPage(QStringLiteral("blog"), QStringLiteral("Blog"));
+    QFSiteExporter exporter(*m_document, &m_registry);
+    exporter.exportTo(m_dir->filePath(QStringLiteral("out")));
+    // Three sub-pages placed in the theme, one sidebar for all of them.
+    QCOMPARE(blog->subpageSidebarCalls, 1);
+    QCOMPARE(blog->pageSidebarCalls, 1);
+}
+
+void tst_QFSiteExporter::contentOnlySubpagesAreThemedWithTheirTitle()
+{
+    FixedPlugin *blog = addPage(QStringLiteral("blog"), QStringLiteral("Blog"));
+    QFSiteExporter exporter(*m_document, &m_registry);
+    QFSiteExporter::Options options;
+    options.contentOnlySubpages = true;
+    exporter.setOptions(options);
+    const QString out = m_dir->filePath(QStringLiteral("out"));
+    exporter.exportTo(out);
+
+    QCOMPARE(blog->contentParams.value(QStringLiteral("contentonlysubpages")).toString(), QStringLiteral("YES"));
+    const QString only = readText(out + QStringLiteral("/files/only.html"));
+    QVERIFY(only.contains(QStringLiteral("<title>Only &lt;Title&gt;</title>")));
+    QVERIFY(only.contains(QStringLiteral("<p>Only %fixed_kept%</p>")));
+    QVERIFY(only.contains(QStringLiteral("href=\"../quillfen.css\"")));
+    QVERIFY(only.contains(QStringLiteral("sidebar for sub-pages")));
+}
+
+void tst_QFSiteExporter::parametersDescribeThePage_data()
+{
+    QTest::addColumn<QString>("folder");
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<bool>("preview");
+    QTest::addColumn<QVariantMap>("expected");
+
+    const auto map = [](std::initializer_list<std::pair<const char *, const char *>> pairs) {
+        QVariantMap m;
+        for (const auto &[key, value] : pairs)
+            m.insert(QString::fromLatin1(key), QString::fromLatin1(value));
+        return m;
+    };
+    QTest::newRow("root page, site-wide shared folder")
+        << "" << 0 << false
+        << map({{"base", "http://example.org/"}, {"location", ""}, {"index", "blog.html"}, {"name", "blog.html"},
+                {"title", "Blog"}, {"FilenameExt", "html"}, {"filesfoldername", "files"}, {"pagecharset", "utf-8"},
+                {"plugincommonpath", "common"}, {"commonpathsrelative", "YES"}});
+    QTest::newRow("page in a folder, preview")
+        << "a/b" << 0 << true
+        << map({{"base", "http://example.org/"}, {"location", "a/b"}, {"index", "a/b/blog.html"}, {"name", "blog.html"},
+                {"title", "Blog"}, {"FilenameExt", "html"}, {"filesfoldername", "files"}, {"pagecharset", "utf-8"},
+                {"plugincommonpath", "../../common"}, {"commonpathsrelative", "YES"}, {"mode", "preview"}});
+    QTest::newRow("shared files in the page's files folder")
+        << "a" << 1 << false
+        << map({{"base", "http://example.org/"}, {"location", "a"}, {"index", "a/blog.html"}, {"name", "blog.html"},
+                {"title", "Blog"}, {"FilenameExt", "html"}, {"filesfoldername", "files"}, {"pagecharset", "utf-8"},
+                {"plugincommonpath", "files"}, {"commonpathsrelative", "YES"}});
+}
+
+void tst_QFSiteExporter::parametersDescribeThePage()
+{
+    QFETCH(QString, folder);
+    QFETCH(int, mode);
+    QFETCH(bool, preview);
+    QFETCH(QVariantMap, expected);
+
+    m_document->setCommonFileConsolidationMode(mode);
+    FixedPlugin *blog = addPage(QStringLiteral("blog.html"), QStringLiteral("Blog"), folder);
+    QFSiteExporter exporter(*m_document, &m_registry);
+    QFSiteExporter::Options options;
+    options.preview = preview;
+    exporter.setOptions(options);
+    exporter.exportTo(m_dir->filePath(QStringLiteral("out")));
+    QCOMPARE(blog->contentParams, expected);
+}
+
+void tst_QFSiteExporter::failedOrCancelledExportLeavesOutputAsItWas_data()
+{
+    QTest::addColumn<int>("failure");
+    QTest::addColumn<QString>("error");
+
+    QTest::newRow("plugin raises an exception") << int(FixedPlugin::Failure::Exception) << "Invalid RSS";
+    QTest::newRow("plugin assertion fails") << int(FixedPlugin::Failure::Assertion) << "Fixed template is missing";
+    QTest::newRow("cancelled while the plugin writes") << int(FixedPlugin::Failure::CancelDuringFiles) << "";
+}
+
+void tst_QFSiteExporter::failedOrCancelledExportLeavesOutputAsItWas()
+{
+    QFETCH(int, failure);
+    QFETCH(QString, error);
+
+    addPage(QStringLiteral("home"), QStringLiteral("Home"));
+    FixedPlugin *failing = addPage(QStringLiteral("blog"), QStringLiteral("Blog"));
+    QFSiteExporter exporter(*m_document, &m_registry);
+    failing->failure = FixedPlugin::Failure(failure);
+    failing->exporter = &exporter;
+
+    const QString parent = m_dir->filePath(QStringLiteral("site"));
+    const QString out = parent + QStringLiteral("/www");
+    QVERIFY(QDir().mkpath(out));
+    writeText(out + QStringLiteral("/old.html"), "old site");
+
+    QString raised;
+    QFSiteExporter::Summary summary;
+    try {
+        summary = exporter.exportTo(out);
+    } catch (const QFException &e) {
+        raised = e.name();
+    } catch (const QFAssertionFailure &e) {
+        raised = e.text();
+    }
+    QCOMPARE(raised, error);
+    QCOMPARE(summary.cancelled, error.isEmpty());
+    if (error.isEmpty())
+        QVERIFY(failing->cancelled);
+    QCOMPARE(tree(out), QStringList{QStringLiteral("old.html")});
+    QCOMPARE(readText(out + QStringLiteral("/old.html")), QStringLiteral("old site"));
+    // No staging or scratch folder is left beside it.
+    QCOMPARE(QDir(parent).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             QStringList{QStringLiteral("www")});
+
+    // A new output folder is not left behind either.
+    const QString fresh = m_dir->filePath(QStringLiteral("new/deeper/www"));
+    try {
+        exporter.exportTo(fresh);
+    } catch (const std::exception &) {
+    }
+    QVERIFY(!QFileInfo::exists(m_dir->filePath(QStringLiteral("new"))));
+}
+
+void tst_QFSiteExporter::replacesAnExistingOutputAndReportsProgress()
+{
+    addPage(QStringLiteral("home"), QStringLiteral("Home"));
+    addPage(QStringLiteral("blog"), QStringLiteral("Blog"));
+    const QString out = m_dir->filePath(QStringLiteral("www"));
+    QVERIFY(QDir().mkpath(out));
+    writeText(out + QStringLiteral("/stale.html"), "stale");
+
+    QFSiteExporter exporter(*m_document, &m_registry);
+    QList<QFSiteExporter::Progress> reports;
+    exporter.setProgressCallback([&](const QFSiteExporter::Progress &p) { reports.append(p); });
+    const QFSiteExporter::Summary summary = exporter.exportTo(out);
+
+    QVERIFY(!QFileInfo::exists(out + QStringLiteral("/stale.html")));
+    QVERIFY(QFileInfo::exists(out + QStringLiteral("/blog.html")));
+    QVERIFY(!reports.isEmpty());
+    QCOMPARE(reports.constLast().pagesDone, 2);
+    QCOMPARE(reports.constLast().pagesTotal, 2);
+    const bool sawPlugin = std::any_of(reports.cbegin(), reports.cend(), [](const QFSiteExporter::Progress &p) {
+        return p.unitsDone == 1 && p.unitsTotal == 2 && p.pageTitle == QLatin1String("Home");
+    });
+    QVERIFY(sawPlugin);
+    qint64 bytes = 0;
+    for (const QString &file : tree(out))
+        bytes += QFileInfo(out + QLatin1Char('/') + file).size();
+    QCOMPARE(summary.bytes, bytes);
+}
+
+void tst_QFSiteExporter::outputPathThatIsAFileIsRefused()
+{
+    addPage(QStringLiteral("home"), QStringLiteral("Home"));
+    const QString file = m_dir->filePath(QStringLiteral("www"));
+    writeText(file, "a file");
+    QFSiteExporter exporter(*m_document, &m_registry);
+    QVERIFY_THROWS_EXCEPTION(QFException, exporter.exportTo(file));
+    QCOMPARE(readText(file), QStringLiteral("a file"));
+}
+
+QTEST_GUILESS_MAIN(tst_QFSiteExporter)
+#include "tst_qfsiteexporter.moc"
