@@ -1,18 +1,29 @@
 #pragma once
 
 #include "blog/model/qfblogentry.h"
+#include "qfkit/text/qfstyledtext.h"
 
 #include <QDateTime>
 #include <QHash>
 #include <QString>
 #include <QVariantMap>
+#include <optional>
 
 class QFBlogPlugin;
+class QFHTMLExporter;
+class QFUserDefaults;
+class tst_QFBlogPluginCodeGeneration;
 
 // The code generation group of the blog plugin: the HTML fragment of one
 // post as every page type shows it, the comment services' snippets, smileys,
 // localised dates and the feed link of the page head. The plugin owns one
 // and outlives it.
+//
+// Configuration read from the user defaults (QFBlogPlugin::userDefaults(); the
+// registered values apply without one): "QFBlogDisplayCommentCounts",
+// "EnableUnsupportedBlogEntryCaching", and the comment services' addresses
+// "QFBlogHaloScanEndpoint", "QFBlogJSKitEndpoint", "QFBlogDisqusEndpoint"
+// (scheme and host, to which the services' fixed paths are added).
 //
 // Threads: used by the export, which may run off the main thread; one export
 // at a time per plugin.
@@ -26,36 +37,67 @@ public:
     ~QFBlogPluginCodeGeneration();
     Q_DISABLE_COPY_MOVE(QFBlogPluginCodeGeneration)
 
-    // Forgets what the previous export computed (exported rich text kept
-    // for reuse within one export). The export driver calls it when an
-    // export starts; output never depends on it.
+    // Registers the defaults named above (the service addresses); called by
+    // QFBlogPlugin::initialize().
+    static void registerDefaults(QFUserDefaults &defaults);
+
+    // An export of this blog starts or ends. In between, the user defaults
+    // and the scratch folder are read once, each distinct export of a post's
+    // rich text is made once and reused (the post must not change meanwhile),
+    // and the permalinks group keeps its prepared templates. Both calls
+    // forget everything kept; output never depends on it.
     void beginExport();
     void endExport();
 
-    // The post's fragment; "" for a draft.
+    // beginExport() for as long as it lives; endExport() also when the
+    // export ends with an exception or returns early.
+    class ExportScope final
+    {
+    public:
+        explicit ExportScope(QFBlogPluginCodeGeneration &generation);
+        ~ExportScope();
+        Q_DISABLE_COPY_MOVE(ExportScope)
+
+    private:
+        QFBlogPluginCodeGeneration &m_generation;
+    };
+
+    // The post's fragment; "" for a null post or a draft. filesDirectory is
+    // where the shared files (smiley images) are, seen from the page;
+    // pageTypeFlag a PageType. Raises QFException "Base URL Required" only
+    // through the links it asks for; rich text that cannot be exported
+    // raises the exporter's QFException.
     QString emitBlogEntryHTML(const QFBlogEntryPtr &entry, const QString &filesDirectory, int depthCorrection,
                               bool frontPage, int pageTypeFlag, const QVariantMap &params);
     // The tag paragraph of a post; "" without tags.
     QString emitTagsTextForBlogEntry(const QFBlogEntryPtr &entry, const QVariantMap &params, int depthCorrection) const;
-    // Replaces smiley codes in place (when smileys are on) and returns html.
+    // Replaces smiley codes in place (when smileys are on and the bundle's
+    // "smileys" table could be read) and returns html.
     QString &substituteSmileys(QString &html, const QString &filesDirectory, int depthCorrection) const;
+    // One smiley image; a depth correction above 1 is logged and taken as 1.
     QString smileyLink(const QString &image, const QString &alt, const QString &filesDirectory,
                        int depthCorrection) const;
-    // The date in a calendar format, localised when the options' check box is on.
+    // The date in a calendar format, in the user's locale when the options'
+    // localise check box is on, else in the C locale; "" for an invalid date.
     QString localisedDescription(const QDateTime &date, const QString &format) const;
 
-    // The feed link for the page head; "" when the feed is off.
+    // The feed link for the page head; "" when the feed is off. With the
+    // custom feed URL on, pageContentHeaders() links that URL as stored.
+    // contentHeaders() raises QFException "Base URL Required" without a base.
     QString pageContentHeaders(const QVariantMap &params) const;
     QString contentHeaders(const QVariantMap &params) const;
 
-    // Comment services in use (provider tag plus what it needs).
+    // Comment services in use: HaloScan and Disqus with an account name,
+    // JS-Kit whenever it is selected.
     bool useHaloScanComments() const;
     bool useJSKitComments() const;
     bool useDisqusComments() const;
+    // The account names typed for HaloScan and Disqus; "" when none.
     QString haloScanUsername() const;
     QString disqusSiteName() const;
 
-    // Page-level loaders and Disqus snippets.
+    // Page-level loaders (placed once per page) and Disqus snippets; each ""
+    // when its service has nothing to load.
     QString haloScanLoadCommand() const;
     void appendHaloScanLoadCommand(QString &html) const;
     QString jskitLoadCommand() const;
@@ -65,5 +107,51 @@ public:
     QString disqusCommentCountingJavascript() const;
 
 private:
+    friend class tst_QFBlogPluginCodeGeneration;
+
+    struct Settings
+    {
+        QString haloScanEndpoint;
+        QString jskitEndpoint;
+        QString disqusEndpoint;
+        bool displayCommentCounts = true;
+        bool unsupportedCaching = false;
+    };
+
+    // Which rich text of which post, exported how.
+    struct ExportKey
+    {
+        const QFBlogEntry *entry = nullptr;
+        bool summary = false;
+        QString imagesFolder;
+        QString imagePrefix;
+        int depthCorrection = 0;
+        friend bool operator==(const ExportKey &, const ExportKey &) = default;
+    };
+    friend size_t qHash(const ExportKey &key, size_t seed);
+
+    Settings settings() const;
+    static Settings readSettings();
+    QString scratchFolder() const;
+    bool memoActive() const;
+    // The summary's length, -1 without one; loads the summary into *loaded
+    // when it had to be read.
+    qsizetype summaryLength(const QFBlogEntryPtr &entry, std::optional<QFStyledText> *loaded);
+    // The post's body or summary as HTML, through the export memo and the
+    // text's own cache attribute.
+    QString exportedText(const QFBlogEntryPtr &entry, bool summary, std::optional<QFStyledText> preloaded,
+                         const QFHTMLExporter &exporter, int depthCorrection, const QVariantMap &params);
+    void appendComments(QString &html, const QFBlogEntryPtr &entry, const QString &title,
+                        const std::optional<QString> &permalink, int pageTypeFlag, const QVariantMap &params) const;
+
+    // Tests compare exports with and without the memo.
+    void setExportMemoEnabled(bool enabled) { m_memoEnabled = enabled; }
+
     QFBlogPlugin &m_plugin;
+    bool m_inExport = false;
+    bool m_memoEnabled = true;
+    Settings m_exportSettings;
+    QString m_exportScratchFolder;
+    QHash<ExportKey, QString> m_exportedTexts;
+    QHash<const QFBlogEntry *, qsizetype> m_summaryLengths;
 };

@@ -3,6 +3,7 @@
 #include "blog/model/qfblogentry.h"
 #include "qfkit/document/qfexportitem.h"
 
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QVariantMap>
@@ -13,39 +14,82 @@ class QFBlogPlugin;
 // The permalinks group of the blog plugin: where each generated file lives,
 // how pages link to one another, and the permanent page of each post. The
 // plugin owns one and outlives it.
+//
+// Threads: used by the export, which may run off the main thread; one export
+// at a time per plugin.
 class QFBlogPluginPermalinks final
 {
 public:
     explicit QFBlogPluginPermalinks(QFBlogPlugin &plugin);
     Q_DISABLE_COPY_MOVE(QFBlogPluginPermalinks)
 
-    // The file name of the post's permalink page; extension empty = nil.
+    // Between these two calls prepared page templates are kept and reused
+    // for the same resource and parameters (the site's theme does not change
+    // during an export). The code generation group's beginExport()/endExport()
+    // call them; output never depends on it.
+    void beginExport();
+    void endExport();
+
+    // The file name of the post's permalink page: the post's permalink name
+    // override as typed (with ".<extension>" added when it has no extension
+    // of its own and one is given), else "<GUID>-<ID>" followed by
+    // ".<extension>" whenever an extension is given, even an empty one
+    // ("<GUID>-<ID>." — kept that way). nullopt: no extension at all.
     QString permalinkFilename(const QFBlogEntryPtr &entry, const std::optional<QString> &preferredExtension) const;
-    // The relative link to the post's permalink page; nullopt for a null post.
+    // The relative link to the post's permalink page: the bare file name on
+    // a page inside the files folder (depth non-zero, or params "subpage"
+    // true), else "<filesfoldername>/<file name>". The extension is params
+    // "FilenameExt" (none when the key is absent). nullopt for a null post.
     std::optional<QString> permalinkLink(const QFBlogEntryPtr &entry, const QVariantMap &params, int depth) const;
-    // "Title | Category, Category | Site title"; nullopt when empty.
+    // "Title | Category, Category | Site title" (each part only when there
+    // is one); nullopt when all are empty.
     std::optional<QString> permalinkPageTitle(const QFBlogEntryPtr &entry) const;
 
-    // A page template prepared for substitution: the content-only resource
-    // as it is, or the full one placed in the site theme at depth 1 with
-    // "%charset%" replaced. An empty or missing resource fails a QF_ASSERT
-    // with the given text in the given source file name.
+    // A page template prepared for substitution, shared by every page kind
+    // (permalink, archive, category, tag): with params "contentonlysubpages"
+    // present, the bundle's HTML resource contentOnlyResource as it is;
+    // otherwise resource placed in the site theme at depth 1
+    // (updatePageTemplate) with every "%charset%" (any letter case) replaced
+    // by params "pagecharset", or "iso-8859-1" without one.
+    // An empty or missing resource raises QFAssertionFailure with sourceFile
+    // and missingText (or contentOnlyMissingText for the content-only one).
     QString preparedTemplate(const QVariantMap &params, const QString &resource,
                              const QString &contentOnlyResource, const char *sourceFile,
                              const char *missingText, const char *contentOnlyMissingText) const;
+    // preparedTemplate() of "BlogPermalinkTemplate" / "BlogPermalinkTemplateContentOnly".
     QString permalinkTemplate(const QVariantMap &params) const;
 
-    // One page per published post; the content-only sub-pages when the
-    // host asked for them, else an empty list (the pages are in the scratch
-    // folder).
+    // One page per published post, in stored order, each counted with the
+    // plugin's exportUnitDone(); stops between posts when the export is
+    // cancelled. With params "contentonlysubpages" present the pages come
+    // back as content-only sub-pages (with the page title as substitution
+    // "title" when there is one); otherwise they are written as UTF-8 into
+    // the plugin's scratch folder (a failed write leaves the page out) and
+    // the list is empty. Only the last component of an override name is used
+    // as file name, so nothing is written outside the scratch folder.
+    // Raises what the fragment raises (QFException "Base URL Required").
     QList<QFExportItem> emitPermalinkEntriesWithFilesDirectory(const QString &filesDirectory,
                                                                const QVariantMap &params);
 
-    // The absolute URL of the page's files folder, ending in "/"; the base
-    // URL ending in "/". QFException "Base URL Required" without a base.
+    // The absolute URL of the page's files folder, ending in "/": the base
+    // URL (reduced to the site root when the document's common-file
+    // consolidation mode is 1), then params "location" (which replaces
+    // everything when it begins with "http://"), then "filesfoldername".
+    // rssBaseURL(): params "base" ending in "/".
+    // Both raise QFException "Base URL Required" (reason: localised
+    // "BlogURLRequired") when params "base" is absent or empty.
     QString absoluteURLToFilesDirectory(const QVariantMap &params) const;
     QString rssBaseURL(const QVariantMap &params) const;
 
 private:
+    struct PreparedTemplate
+    {
+        QVariantMap params;
+        QString text;
+    };
+
     QFBlogPlugin &m_plugin;
+    bool m_inExport = false;
+    // Resource name -> the last template prepared for it in this export.
+    mutable QHash<QString, PreparedTemplate> m_templates;
 };
