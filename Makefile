@@ -17,7 +17,7 @@ build: configure
 	cmake --build $(BUILD)
 
 demo: build
-	$(BUILD)/bin/quillfen --help
+	bash examples/demo/build-demo.sh $(BUILD) $(BUILD)/demo-site
 
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j2

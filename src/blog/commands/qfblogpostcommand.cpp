@@ -1,6 +1,7 @@
 #include "qfblogpostcommand.h"
 
 #include "blog/commands/qfblogcommandsupport.h"
+#include "blog/commands/qfblogjsonlines.h"
 #include "blog/plugin/qfblogentryarraycontroller.h"
 #include "blog/plugin/qfblogplugin.h"
 #include "qfkit/document/qfcommandcontext.h"
@@ -10,6 +11,7 @@
 #include "qfkit/text/qfstyledtext.h"
 #include "qfkit/text/qfstyledtextattributes.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -21,23 +23,8 @@ using Option = QFCommandArguments::Option;
 
 namespace {
 
-enum class TextFormat { Plain, Markdown, HTML };
-
-// Plain text keeps its lines, each of which the export makes a paragraph;
-// HTML is kept as typed (the raw-HTML attribute); Markdown carries the filter
-// directive that the export hands to the Markdown converter.
-QFStyledText styledText(QString text, TextFormat format)
-{
-    text.replace(QLatin1String("\r\n"), QLatin1String("\n"));
-    QVariantMap attributes;
-    if (format == TextFormat::HTML)
-        attributes.insert(kQFTextViewIgnoreFormattingAttributeName, true);
-    else if (format == TextFormat::Markdown)
-        attributes.insert(kQFTextViewMarkupDirectivesAttributeName,
-                          QVariantMap{{kQFMarkupDirectiveNameKey, QString(kQFMarkupDirectiveFilterName)},
-                                      {kQFMarkupDirectiveMarkdownKey, QStringLiteral("Markdown")}});
-    return text.isEmpty() ? QFStyledText(text) : QFStyledText(text, attributes);
-}
+using QFBlogJsonLines::TextFormat;
+using QFBlogJsonLines::styledText;
 
 QList<Option> editOptions()
 {
@@ -54,6 +41,7 @@ QList<Option> editOptions()
             {QStringLiteral("markdown"), false},
             {QStringLiteral("html"), false},
             {QStringLiteral("podcast"), true},
+            {QStringLiteral("jsonl"), true},
             {QStringLiteral("json"), false},
             {QStringLiteral("yes"), false}};
 }
@@ -68,8 +56,7 @@ void checkEditOptions(const QFCommandArguments &parsed)
         QFCommandArguments::usageError(QStringLiteral("give either --markdown or --html, not both"));
     if (parsed.isSet(QStringLiteral("draft")) && parsed.isSet(QStringLiteral("published")))
         QFCommandArguments::usageError(QStringLiteral("give either --draft or --published, not both"));
-    if (parsed.isSet(QStringLiteral("date"))
-        && !QDateTime::fromString(parsed.value(QStringLiteral("date")), Qt::ISODate).isValid()) {
+    if (parsed.isSet(QStringLiteral("date")) && !QFBlogJsonLines::parseDate(parsed.value(QStringLiteral("date")))) {
         QFCommandArguments::usageError(
             QStringLiteral("'%1' is not an ISO 8601 date (such as 2024-05-01T09:30:00)").arg(parsed.value(QStringLiteral("date"))));
     }
@@ -82,11 +69,8 @@ void applyOptions(const QFCommandArguments &parsed, QFBlogSite &site, const QFBl
     QFBlogPlugin &blog = *site.blog;
     if (parsed.isSet(QStringLiteral("title")))
         entry->setTitle(parsed.value(QStringLiteral("title")));
-    if (parsed.isSet(QStringLiteral("date"))) {
-        QDateTime date = QDateTime::fromString(parsed.value(QStringLiteral("date")), Qt::ISODate).toLocalTime();
-        date.setTime(QTime(date.time().hour(), date.time().minute(), date.time().second()));
-        entry->setDate(date);
-    }
+    if (parsed.isSet(QStringLiteral("date")))
+        entry->setDate(*QFBlogJsonLines::parseDate(parsed.value(QStringLiteral("date"))));
     if (parsed.isSet(QStringLiteral("draft")))
         entry->setStatus(0);
     if (parsed.isSet(QStringLiteral("published")))
@@ -179,9 +163,64 @@ void printPost(QTextStream &out, const QFBlogEntry &entry)
         << post.value(QStringLiteral("body")).toString() << '\n';
 }
 
+// Many posts from JSON Lines (see qfblogjsonlines.h): every line and every
+// file it names is checked before the site is touched, so one bad line adds
+// nothing; then all are added in one undoable step and saved once.
+int addFromJsonLines(const QFCommandArguments &parsed, QFCommandContext &context)
+{
+    for (const Option &option : editOptions()) {
+        const QString &name = option.name;
+        if (name != QLatin1String("jsonl") && name != QLatin1String("page") && parsed.isSet(name)) {
+            QFCommandArguments::usageError(
+                QStringLiteral("--jsonl takes every field of the posts from the file; --%1 cannot be given with it").arg(name));
+        }
+    }
+    const QString source = parsed.value(QStringLiteral("jsonl"));
+    QByteArray bytes;
+    QString label = source;
+    QDir folder = QDir::current();
+    if (source == QLatin1String("-")) {
+        label = QStringLiteral("<stdin>");
+        QFile in;
+        if (!in.open(stdin, QIODevice::ReadOnly)) {
+            throw QFException(QStringLiteral("Cannot Read File"),
+                              QStringLiteral("The posts cannot be read from standard input: %1.").arg(in.errorString()));
+        }
+        bytes = in.readAll();
+    } else {
+        QFile file(source);
+        if (!file.open(QIODevice::ReadOnly)) {
+            throw QFException(QStringLiteral("Cannot Read File"),
+                              QStringLiteral("The posts file %1 cannot be read: %2.").arg(quoted(source), file.errorString()));
+        }
+        bytes = file.readAll();
+        folder = QFileInfo(source).absoluteDir();
+    }
+
+    QFBlogJsonLines::Result result = QFBlogJsonLines::read(bytes);
+    bytes = QByteArray();
+    if (result.ok())
+        QFBlogJsonLines::attachFiles(result, folder);
+    if (!result.ok()) {
+        throw QFException(QStringLiteral("Bad Post"),
+                          QStringLiteral("%1:%2: %3; no post was added.").arg(label).arg(result.errorLine).arg(result.error));
+    }
+
+    QFBlogSite site = QFBlogCommandSupport::openBlog(context, parsed.positional().at(1), parsed.value(QStringLiteral("page")));
+    const QList<QFBlogEntryPtr> added = QFBlogJsonLines::addPosts(*site.blog, result.posts);
+    context.saveDocument(*site.document);
+    QString ids;
+    for (const QFBlogEntryPtr &entry : added)
+        ids += QString::number(entry->ID()) + u'\n';
+    context.out() << ids;
+    return 0;
+}
+
 int add(const QFCommandArguments &parsed, QFCommandContext &context)
 {
     parsed.requirePositional(2, 2);
+    if (parsed.isSet(QStringLiteral("jsonl")))
+        return addFromJsonLines(parsed, context);
     if (!parsed.isSet(QStringLiteral("title")))
         QFCommandArguments::usageError(QStringLiteral("a new post needs --title"));
     checkEditOptions(parsed);
@@ -289,6 +328,7 @@ QString QFBlogPostCommand::help() const
 {
     return QStringLiteral(
         "Usage: quillfen post add SITE --title T [OPTIONS]\n"
+        "       quillfen post add SITE --jsonl FILE|-\n"
         "       quillfen post list SITE [--json]\n"
         "       quillfen post show SITE ID [--json]\n"
         "       quillfen post edit SITE ID [OPTIONS]\n"
@@ -296,6 +336,13 @@ QString QFBlogPostCommand::help() const
         "\n"
         "add prints the new post's ID. Posts are listed newest first. remove asks\n"
         "for confirmation; --yes gives it, and without it nothing is removed.\n"
+        "\n"
+        "add --jsonl adds many posts from a file (- for standard input) of JSON\n"
+        "objects, one a line, with the keys title, date, draft, categories and\n"
+        "tags (arrays of names), body, summary, format (text, markdown or html),\n"
+        "podcast and image (paths relative to the file; the image heads the body).\n"
+        "Every line is checked first: a bad one adds nothing. It prints the new\n"
+        "posts' IDs in file order; one undo takes them all back.\n"
         "\n"
         "Options of add and edit (with edit, --category and --tag replace the\n"
         "post's categories and tags):\n"
