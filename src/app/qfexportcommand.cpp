@@ -7,6 +7,7 @@
 #include "qfkit/document/qfsiteexporter.h"
 #include "qfkit/support/qfexception.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QTextStream>
 #include <csignal>
@@ -90,6 +91,10 @@ int QFExportCommand::run(const QStringList &arguments, QFCommandContext &context
         InterruptGuard interrupt(exporter);
         summary = exporter.exportTo(output);
     }
+    // Problems of single posts (an unreadable podcast file) are reported in
+    // one alert that the page queues for the main thread; deliver it while
+    // the document and its pages are still alive.
+    QCoreApplication::sendPostedEvents();
     if (summary.cancelled) {
         throw QFException(QStringLiteral("Export Cancelled"),
                           QStringLiteral("The export was interrupted; %1 was left as it was.").arg(quoted(output)));
