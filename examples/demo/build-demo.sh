@@ -46,9 +46,9 @@ settings=(
   showPostLimit 5
   permalinkLinkName "Permalink"
   readMoreLinkName "Read more…"
-  categoryTitle "Filed under:"
+  categoryTitle "Filed under: "
   categorySeparator ", "
-  tagsTitle "Tags:"
+  tagsTitle "Tags: "
   tagsSeparator ", "
   showCategoryPostCounts true
 )
@@ -56,6 +56,11 @@ for ((i = 0; i < ${#settings[@]}; i += 2)); do
   "$quillfen" set "$site" "${settings[i]}" "${settings[i + 1]}"
 done
 
+# The demo files its posts under categories of its own; the starter
+# categories of a new blog would only stand empty in the sidebar.
+for category in General Ideas Personal Work; do
+  "$quillfen" category remove "$site" "$category"
+done
 "$quillfen" post add "$site" --jsonl "$here/posts.jsonl" >/dev/null
 "$quillfen" export "$site" "$out"
 
