@@ -3,12 +3,13 @@
 // Exit codes: 0 ok, 1 the command failed, 2 the command was used wrongly.
 // Errors go to stderr and name the file or service and the problem.
 //
-// The host's own commands (new, info, site, export, serve) are in the table
-// below, export and serve in files of their own; the commands of page plugins
-// (the blog's post, category, search, get, set) come from the plugins folder:
-// "../plugins" beside this executable, or the folder named by
+// The host's own commands (new, info, site, export, serve, links) are in the
+// table below, export, serve and links in files of their own; the commands of
+// page plugins (the blog's post, category, search, get, set) come from the
+// plugins folder: "../plugins" beside this executable, or the folder named by
 // QUILLFEN_PLUGIN_PATH.
 #include "qfexportcommand.h"
+#include "qflinkscommand.h"
 #include "qfservecommand.h"
 #include "qfkit/document/qfcommandarguments.h"
 #include "qfkit/document/qfcommandcontext.h"
@@ -30,6 +31,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLoggingCategory>
+#include <QRegularExpression>
 #include <QStringList>
 #include <QTextStream>
 
@@ -197,6 +199,8 @@ const Command hostCommands[] = {
      QFExportCommand::run},
     {QFServeCommand::name, QFServeCommand::synopsis, QFServeCommand::summary, QFServeCommand::help(),
      QFServeCommand::run},
+    {QFLinksCommand::name, QFLinksCommand::synopsis, QFLinksCommand::summary, QFLinksCommand::help(),
+     QFLinksCommand::run},
 };
 
 // A synopsis too long for its column gets its summary on the next line.
@@ -237,6 +241,13 @@ QString pluginsFolder()
     return QDir(QCoreApplication::applicationDirPath()).absoluteFilePath(QStringLiteral("../plugins"));
 }
 
+// A reason as one line of the error stream, however it was written.
+QString oneLine(const QString &text)
+{
+    static const QRegularExpression breaks(QStringLiteral("\\s*[\\r\\n]+\\s*"));
+    return QString(text).replace(breaks, QStringLiteral(" ")).trimmed();
+}
+
 // The outermost catch of a command: every failure becomes a message naming
 // the command and an exit code.
 template <typename Run>
@@ -250,7 +261,7 @@ int guarded(const QString &name, QTextStream &err, Run run)
                 << "Run 'quillfen " << name << " --help' for its usage.\n";
             return ExitUsage;
         }
-        err << "quillfen " << name << ": " << e.name() << ": " << e.reason() << '\n';
+        err << "quillfen " << name << ": " << e.name() << ": " << oneLine(e.reason()) << '\n';
         return ExitFailed;
     } catch (const QFAssertionFailure &e) {
         err << "quillfen " << name << ": internal error: " << e.text() << " (" << e.sourceFile() << ")\n";

@@ -107,33 +107,51 @@ void tst_QFExportCommand::exportsTheSiteWithTheme()
 
 void tst_QFExportCommand::failuresLeaveNoOutput_data()
 {
+    QTest::addColumn<QStringList>("setup"); // commands run first, arguments split at "|"
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<int>("code");
     QTest::addColumn<QString>("err");
     QTest::addColumn<QString>("absent"); // must not exist afterwards
 
     const auto args = [](const char *line) { return QString::fromUtf8(line).split(QLatin1Char(' ')); };
-    QTest::newRow("missing site") << args("export DIR/nowhere.qfsite DIR/www") << 1 << "nowhere.qfsite" << "www";
-    QTest::newRow("output is a file") << args("export SITE DIR/site.qfsite/www") << 1 << "Export Failed" << "";
-    QTest::newRow("output below a file") << args("export SITE SITE") << 1 << "is a file, not a folder" << "";
-    QTest::newRow("output holds the site") << args("export SITE DIR") << 1 << "holds the site document" << "";
-    QTest::newRow("one argument") << args("export SITE") << 2 << "missing arguments" << "";
-    QTest::newRow("extra argument") << args("export SITE DIR/www more") << 2 << "unexpected argument 'more'" << "www";
-    QTest::newRow("unknown option") << args("export SITE DIR/www --zip") << 2 << "unknown option '--zip'" << "www";
+    const QStringList none;
+    QTest::newRow("missing site") << none << args("export DIR/nowhere.qfsite DIR/www") << 1 << "nowhere.qfsite" << "www";
+    QTest::newRow("output is a file") << none << args("export SITE DIR/site.qfsite/www") << 1 << "Export Failed" << "";
+    QTest::newRow("output below a file") << none << args("export SITE SITE") << 1 << "is a file, not a folder" << "";
+    QTest::newRow("output holds the site") << none << args("export SITE DIR") << 1 << "holds the site document" << "";
+    QTest::newRow("one argument") << none << args("export SITE") << 2 << "missing arguments" << "";
+    QTest::newRow("extra argument") << none << args("export SITE DIR/www more") << 2 << "unexpected argument 'more'"
+                                    << "www";
+    QTest::newRow("unknown option") << none << args("export SITE DIR/www --zip") << 2 << "unknown option '--zip'"
+                                    << "www";
+    // The blog's own faults end the export with their name and reason.
+    QTest::newRow("feed on, site without a base URL")
+        << QStringList{"site|SITE|siteBaseURL|", "set|SITE|enableRSS|true"} << args("export SITE DIR/www") << 1
+        << "Base URL Required: The blog needs the address of the site" << "www";
+    QTest::newRow("feed on, base URL that is no URL")
+        << QStringList{"site|SITE|siteBaseURL|http://exa mple.org/", "set|SITE|enableRSS|true"}
+        << args("export SITE DIR/www") << 1 << "Invalid Page Link: " << "www";
 }
 
 void tst_QFExportCommand::failuresLeaveNoOutput()
 {
+    QFETCH(QStringList, setup);
     QFETCH(QStringList, arguments);
     QFETCH(int, code);
     QFETCH(QString, err);
     QFETCH(QString, absent);
 
+    for (const QString &step : setup) {
+        const Run run = quillfen(step.split(QLatin1Char('|')));
+        QVERIFY2(run.code == 0, qPrintable(run.err));
+    }
     const QStringList before = QDir(m_dir->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     const Run run = quillfen(arguments);
     QCOMPARE(run.code, code);
     QVERIFY2(run.err.contains(err), qPrintable(run.err));
     QVERIFY(run.err.startsWith(QStringLiteral("quillfen export: ")));
+    // A failure is one line; wrong usage adds a pointer to the help.
+    QCOMPARE(run.err.count(QLatin1Char('\n')), code == 1 ? 1 : 2);
     QVERIFY(run.out.isEmpty());
     if (!absent.isEmpty())
         QVERIFY(!QFileInfo::exists(m_dir->filePath(absent)));

@@ -5,6 +5,8 @@
 
 #include <QSet>
 #include <algorithm>
+#include <limits>
+#include <vector>
 
 QFBlogEntryArrayController::QFBlogEntryArrayController(QFBlogPlugin &plugin)
     : m_plugin(plugin)
@@ -45,8 +47,27 @@ QList<QFBlogEntryPtr> QFBlogEntryArrayController::arrangeObjects(const QList<QFB
         arranged = objects;
         arranged.removeAll(QFBlogEntryPtr());
     }
-    std::stable_sort(arranged.begin(), arranged.end(), &QFBlogEntry::newerFirst);
-    return arranged;
+    // The order of a stable sort with QFBlogEntry::newerFirst, each date
+    // converted once rather than at every comparison (a local date's
+    // conversion asks the C library for the time zone each time). Dates that
+    // are not valid count as the oldest.
+    struct Key
+    {
+        qint64 msecs;
+        qsizetype index;
+    };
+    std::vector<Key> keys;
+    keys.reserve(size_t(arranged.size()));
+    for (qsizetype i = 0; i < arranged.size(); ++i) {
+        const QDateTime &date = arranged.at(i)->date();
+        keys.push_back({date.isValid() ? date.toMSecsSinceEpoch() : std::numeric_limits<qint64>::min(), i});
+    }
+    std::stable_sort(keys.begin(), keys.end(), [](const Key &a, const Key &b) { return a.msecs > b.msecs; });
+    QList<QFBlogEntryPtr> sorted;
+    sorted.reserve(arranged.size());
+    for (const Key &key : keys)
+        sorted.append(arranged.at(key.index));
+    return sorted;
 }
 
 void QFBlogEntryArrayController::rearrangeObjects()
@@ -61,17 +82,20 @@ void QFBlogEntryArrayController::rearrangeObjects()
 
 void QFBlogEntryArrayController::addObjects(const QList<QFBlogEntryPtr> &objects)
 {
+    QSet<const QFBlogEntry *> present;
+    present.reserve(content().size() + objects.size());
+    for (const QFBlogEntryPtr &entry : content())
+        present.insert(entry.get());
     QList<QFBlogEntryPtr> added;
     for (const QFBlogEntryPtr &entry : objects) {
-        if (!entry || content().contains(entry) || added.contains(entry))
+        if (!entry || present.contains(entry.get()))
             continue;
+        present.insert(entry.get());
         added.append(entry);
     }
     if (added.isEmpty())
         return;
-    for (const QFBlogEntryPtr &entry : std::as_const(added))
-        m_plugin.insertBlogEntry(entry);
-    rearrangeObjects();
+    m_plugin.insertBlogEntries(added); // its change re-arranges once
     setSelectedObjects(added);
 }
 
@@ -110,9 +134,12 @@ void QFBlogEntryArrayController::updateSearchResults(const std::optional<QList<i
 
 QList<int> QFBlogEntryArrayController::selectionIndexes() const
 {
+    QSet<const QFBlogEntry *> selected;
+    for (const QFBlogEntryPtr &entry : m_selection)
+        selected.insert(entry.get());
     QList<int> indexes;
     for (int i = 0; i < m_arranged.size(); ++i) {
-        if (m_selection.contains(m_arranged.at(i)))
+        if (selected.contains(m_arranged.at(i).get()))
             indexes.append(i);
     }
     return indexes;
@@ -152,9 +179,12 @@ void QFBlogEntryArrayController::setSelectedObjects(const QList<QFBlogEntryPtr> 
 void QFBlogEntryArrayController::setSelectionKeepingOrder(const QList<QFBlogEntryPtr> &objects)
 {
     // Kept in display order so selectedObjects() reads like the table.
+    QSet<const QFBlogEntry *> wanted;
+    for (const QFBlogEntryPtr &entry : objects)
+        wanted.insert(entry.get());
     QList<QFBlogEntryPtr> selection;
     for (const QFBlogEntryPtr &entry : std::as_const(m_arranged)) {
-        if (objects.contains(entry))
+        if (wanted.contains(entry.get()))
             selection.append(entry);
     }
     if (selection == m_selection)

@@ -4,13 +4,16 @@
 #include "blog/generation/qfblogpluginarchives.h"
 #include "blog/generation/qfblogplugincategories.h"
 #include "blog/generation/qfblogplugincodegeneration.h"
+#include "blog/generation/qfblogplugininternallinks.h"
 #include "blog/generation/qfblogpluginpermalinks.h"
+#include "blog/generation/qfblogpluginrss.h"
 #include "blog/generation/qfblogplugintagsemission.h"
 #include "blog/model/qfblogmodel.h"
 #include "blog/model/qfblognotifier.h"
 #include "blog/model/qfcollections.h"
 #include "blog/plugin/qfblogentryarraycontroller.h"
 #include "blog/plugin/qfblogpluginindexes.h"
+#include "blog/plugin/qfblogsidebarcontrol.h"
 #include "qfkit/document/qfsitedocument.h"
 #include "qfkit/support/qfalert.h"
 #include "qfkit/support/qfbundle.h"
@@ -94,6 +97,8 @@ void QFBlogPlugin::initialize(QFUserDefaults &defaults)
 {
     defaults.registerDefaults({{QStringLiteral("QFBlogDisplayCommentCounts"), true},
                                {QStringLiteral("EnableUnsupportedBlogEntryCaching"), false}});
+    QFBlogPluginCodeGeneration::registerDefaults(defaults);
+    QFBlogSidebarControl::registerDefaults(defaults);
     QMutexLocker locker(&classState().mutex);
     classState().defaults = &defaults;
 }
@@ -248,6 +253,8 @@ QFBlogPlugin::QFBlogPlugin(QObject *parent)
     , m_archives(std::make_unique<QFBlogPluginArchives>(*this))
     , m_codeGeneration(std::make_unique<QFBlogPluginCodeGeneration>(*this))
     , m_permalinks(std::make_unique<QFBlogPluginPermalinks>(*this))
+    , m_internalLinks(std::make_unique<QFBlogPluginInternalLinks>(*this))
+    , m_rss(std::make_unique<QFBlogPluginRSS>(*this))
     , m_categories(std::make_unique<QFBlogPluginCategories>(*this))
     , m_tagsEmission(std::make_unique<QFBlogPluginTagsEmission>(*this))
     , m_indexes(std::make_unique<QFBlogPluginIndexes>(*this))
@@ -453,6 +460,16 @@ QFBlogPluginPermalinks &QFBlogPlugin::permalinks() const
     return *m_permalinks;
 }
 
+QFBlogPluginInternalLinks &QFBlogPlugin::internalLinks() const
+{
+    return *m_internalLinks;
+}
+
+QFBlogPluginRSS &QFBlogPlugin::rss() const
+{
+    return *m_rss;
+}
+
 QFBlogPluginCategories &QFBlogPlugin::categoriesGroup() const
 {
     return *m_categories;
@@ -486,18 +503,20 @@ QString QFBlogPlugin::contentHTML(const QVariantMap &params)
     if (_blogEntries.isEmpty())
         return QString(QLatin1String(""));
     createFolder(temporaryFilesDirectory(), true);
+    const QFBlogPluginCodeGeneration::ExportScope exportScope(*m_codeGeneration);
 
     QString result(QLatin1String(""));
-    // The HaloScan loader script is appended first here when HaloScan is in
-    // use, once the code generation group exists.
+    if (m_codeGeneration->useHaloScanComments())
+        m_codeGeneration->appendHaloScanLoadCommand(result);
+    const QString filesDirectory = params.value(QStringLiteral("plugincommonpath"), QString(QLatin1String(""))).toString();
     const QList<QFBlogEntryPtr> posts = mainPagePosts();
-    for (qsizetype i = 0; i < posts.size() && !_exportCancelled; ++i) {
-        // Each post's HTML is appended here once the code generation group
-        // exists: emitBlogEntryHTML with the "plugincommonpath" parameter,
-        // depth correction 0, front page, page type 0.
-    }
-    // Then the JS-Kit loader, or the Disqus comment counter, once the code
-    // generation group exists.
+    for (qsizetype i = 0; i < posts.size() && !_exportCancelled; ++i)
+        result.append(m_codeGeneration->emitBlogEntryHTML(posts.at(i), filesDirectory, 0, true,
+                                                          QFBlogPluginCodeGeneration::MainPage, params));
+    if (m_codeGeneration->useJSKitComments())
+        m_codeGeneration->appendJSKitLoadCommand(result);
+    else if (m_codeGeneration->useDisqusComments())
+        result.append(m_codeGeneration->disqusCommentCountingJavascript());
     return result;
 }
 
@@ -508,11 +527,132 @@ QString QFBlogPlugin::sidebarHTML(const QVariantMap &params)
     return staticSidebarHTML(params);
 }
 
+QString QFBlogPlugin::pageContentHeaders(const QVariantMap &params) const
+{
+    return m_codeGeneration->pageContentHeaders(params);
+}
+
 QString QFBlogPlugin::staticSidebarHTML(const QVariantMap &params)
 {
-    // The categories, tag cloud, archive, feed and comments sections come from
-    // the sidebar generator; until it exists the sidebar has no sections.
-    return QString(QLatin1String(""));
+    using namespace QFBlogSidebarControl;
+    const QString separator = sidebarSeparator();
+    const bool subpage = boolParameter(params, QStringLiteral("subpage"));
+    // The host asks for the sidebar before the export driver runs, so the
+    // archive table is made here, from the export's one post order.
+    const QFBlogPluginArchives::ExportPostOrder postOrder(*m_archives);
+
+    QString html(QLatin1String(""));
+    for (const QVariant &section : sidebarControl()) {
+        if (!isEnabled(section))
+            continue;
+        if (isCategories(section)) {
+            if (!_categoryPostsEnabled)
+                continue;
+            html.append(QStringLiteral("<div id=\"blog-categories\">"))
+                .append(m_categories->emitCategoryLinks(params))
+                .append(QStringLiteral("</div>"))
+                .append(separator);
+        } else if (isTags(section)) {
+            if (!_tagsEnabled || !_tagCloudEnabled)
+                continue;
+            html.append(m_tagsEmission->stringForTagCloudHTML(params)).append(separator);
+        } else if (isArchives(section)) {
+            if (!_archivePostsEnabled)
+                continue;
+            ensureArchivesCalculated();
+            html.append(QStringLiteral("<div id=\"blog-archives\">"))
+                .append(m_archives->emitArchiveLinks(params))
+                .append(QStringLiteral("</div>"))
+                .append(separator);
+        } else if (isFeedLink(section)) {
+            if (!_enableRSS)
+                continue;
+            const QString text = _rssFeedLinkName.isNull() ? QString(QLatin1String("")) : _rssFeedLinkName;
+            const QString title = QFStrings::convertToEntities(_rssTitle);
+            QString href;
+            if (_enableCustomRSSURL)
+                href = _rssCustomFeedURL;
+            else if (subpage)
+                href = m_rss->rssFeedFilename();
+            else
+                href = params.value(QStringLiteral("filesfoldername")).toString() + QLatin1Char('/')
+                    + m_rss->rssFeedFilename();
+            // The element stays open: the comments section closes it.
+            html.append(QStringLiteral("<div id=\"blog-rss-feeds\">"))
+                .append(QStringLiteral("<a class=\"blog-rss-link\" href=\"%1\" rel=\"alternate\" "
+                                       "type=\"application/rss+xml\" title=\"%2\">%3</a><br />")
+                            .arg(href, title, text))
+                .append(separator);
+        } else if (isCommentsLink(section)) {
+            const bool comments = enableComments();
+            if (comments) {
+                const QString text = _rssCommentsLinkName;
+                if (m_codeGeneration->useHaloScanComments() && !text.isEmpty()) {
+                    html.append(QStringLiteral("<a class=\"blog-comments-rss-link\" href=\"%1\">%2</a>")
+                                    .arg(QFStrings::stringEscapedForHTMLAttribute(
+                                             haloScanCommentsFeedURL(m_codeGeneration->haloScanUsername())),
+                                         text));
+                } else if (m_codeGeneration->useJSKitComments() && !text.isEmpty()) {
+                    const QFSiteDocument *site = QFDocumentForPlugin(this);
+                    const QString base = site ? site->siteBaseURL() : QString();
+                    html.append(QStringLiteral("<a class=\"blog-comments-rss-link\" href=\"%1\">%2</a>")
+                                    .arg(QFStrings::stringEscapedForHTMLAttribute(jsKitCommentsFeedURL(base)), text));
+                }
+            }
+            if (_enableRSS)
+                html.append(QStringLiteral("</div>")).append(separator);
+            else if (comments)
+                html.append(separator);
+        }
+    }
+    return html;
+}
+
+std::optional<QVariantList> QFBlogPlugin::internalPageLinks() const
+{
+    return m_internalLinks->internalPageLinks();
+}
+
+std::optional<QString> QFBlogPlugin::hrefForSubpage(const QString &subPageID, int depthCorrection,
+                                                    const QFSiteLayout::Page &page) const
+{
+    return m_internalLinks->hrefForSubpage(subPageID, depthCorrection, page);
+}
+
+struct QFBlogPlugin::ExportSession
+{
+    explicit ExportSession(QFBlogPluginArchives &archives)
+        : postOrder(archives)
+    {
+    }
+    QFBlogPluginArchives::ExportPostOrder postOrder;
+    bool archivesCalculated = false;
+    std::optional<QFCountedSet> enabledTags;
+};
+
+void QFBlogPlugin::siteExportWillBegin()
+{
+    if (!m_exportSession) {
+        m_exportSession = std::make_unique<ExportSession>(*m_archives);
+        m_internalLinks->beginLookups();
+    }
+}
+
+void QFBlogPlugin::siteExportDidEnd()
+{
+    if (m_exportSession) {
+        m_internalLinks->endLookups();
+        m_exportSession.reset();
+    }
+}
+
+void QFBlogPlugin::ensureArchivesCalculated()
+{
+    if (m_exportSession && m_exportSession->archivesCalculated)
+        return;
+    m_archives->calculateArchives();
+    if (m_exportSession)
+        m_exportSession->archivesCalculated = true;
 }
 
 QList<QFExportItem> QFBlogPlugin::extraFilesNeededInExportFolder(const QVariantMap &params)
@@ -520,6 +660,7 @@ QList<QFExportItem> QFBlogPlugin::extraFilesNeededInExportFolder(const QVariantM
     _exportCancelled = false;
     if (_blogEntries.isEmpty())
         return {};
+    const QFBlogPluginCodeGeneration::ExportScope exportScope(*m_codeGeneration);
 
     _numberOfExportErrors = 0;
     _exportErrorsString.clear();
@@ -540,41 +681,80 @@ QList<QFExportItem> QFBlogPlugin::extraFilesNeededInExportFolder(const QVariantM
 
     const QString directory = temporaryFilesDirectory();
     createFolder(directory, false);
-    // The archive table and the category lists of this export are computed
-    // here (archives and categories groups) once those groups exist.
+    // The posts are sorted newest first once, for every generator of this export.
+    const QFBlogPluginArchives::ExportPostOrder postOrder(*m_archives);
+    ensureArchivesCalculated();
+    m_categories->calculateCategories();
+    qint64 exportUnits = 0;
+    if (!preview) {
+        if (_archivePostsEnabled)
+            exportUnits += m_archives->archivePageCount();
+        if (_categoryPostsEnabled)
+            exportUnits += m_categories->categoryPageCount();
+        if (_tagsEnabled)
+            exportUnits += m_tagsEmission->tagPageCount();
+        if (_generatePermalinkPages)
+            exportUnits += std::count_if(_blogEntries.cbegin(), _blogEntries.cend(),
+                                         [](const QFBlogEntryPtr &entry) { return !entry->isDraft(); });
+        if (_enableRSS)
+            exportUnits += 1;
+    }
+    beginExportUnits(exportUnits);
 
     if (!preview) {
         if (_archivePostsEnabled) {
             emit exportStageStarted(ExportStage::Archives);
-            // Archive pages: one per period except the most recent one (that
-            // is the main page) unless showAtLeastPosts; content-only pages
-            // become sub-pages named by their archive file name. Written once
-            // the archives group can emit pages.
+            // The most recent period is the main page itself, unless the main
+            // page shows a fixed number of posts. Periods go oldest first, so
+            // exports are reproducible.
+            const QDateTime mostRecentBucket = m_archives->mostRecentPostBucket();
+            const QString extension = params.value(QStringLiteral("FilenameExt")).toString();
+            const QMap<QDateTime, QFBlogPluginArchives::Period> &periods = m_archives->archives();
+            for (auto it = periods.cbegin(); it != periods.cend(); ++it) {
+                if (_exportCancelled)
+                    return {};
+                if (it->entries.isEmpty() || (!_showAtLeastPosts && it.key() == mostRecentBucket))
+                    continue;
+                const std::optional<QString> page = m_archives->emitArchiveEntries(it.key(), commonPath, params);
+                if (page) {
+                    const QString name =
+                        m_archives->archiveFileNameWithBase(m_archives->archiveFilenameBasename(*it), extension);
+                    result.append(contentOnlySubpageWithHTML(*page, name));
+                }
+                exportUnitDone();
+            }
         }
         if (_exportCancelled)
             return {};
         if (_categoryPostsEnabled) {
             emit exportStageStarted(ExportStage::Categories);
-            // Category pages (categories group), once it exists.
+            result.append(m_categories->emitCategoryEntriesWithFilesDirectory(commonPath, params));
         }
         if (_exportCancelled)
             return {};
         if (_tagsEnabled) {
             emit exportStageStarted(ExportStage::Tags);
-            // Tag pages (tags emission group), once it exists.
+            result.append(m_tagsEmission->emitTagsArchivesWithFileDirectory(commonPath, params));
         }
         if (_exportCancelled)
             return {};
         if (_generatePermalinkPages) {
             emit exportStageStarted(ExportStage::Permalinks);
-            // Permalink pages (permalinks group), once it exists.
+            result.append(m_permalinks->emitPermalinkEntriesWithFilesDirectory(commonPath, params));
         }
         if (_exportCancelled)
             return {};
         if (_enableRSS) {
             emit exportStageStarted(ExportStage::Feed);
-            // The feed text (feed group) is written here as UTF-8 under the
-            // feed's file name once that group exists.
+            // Only the last component of a typed feed name: nothing is
+            // written outside the scratch folder.
+            QString feedName = QFileInfo(m_rss->rssFeedFilename()).fileName();
+            if (feedName.isEmpty() || feedName == QLatin1String(".") || feedName == QLatin1String(".."))
+                feedName = uniqueID() + QStringLiteral(".xml");
+            // Written as UTF-8 while it is made ("Invalid RSS" when it cannot be).
+            if (!m_rss->exportFeed(_blogEntries, params, directory, directory + QLatin1Char('/') + feedName))
+                return {};
+            exportUnitDone();
             if (_enableCustomiTunesTags) {
                 if (_channelCustomiTunesTags)
                     exportPodcastImageData(_channelCustomiTunesTags->imageData(),
@@ -722,8 +902,9 @@ void QFBlogPlugin::showExportErrors(unsigned count, const QString &errors)
 
 QList<QFBlogEntryPtr> QFBlogPlugin::mainPagePosts() const
 {
-    QList<QFBlogEntryPtr> sorted = _blogEntries;
-    std::stable_sort(sorted.begin(), sorted.end(), &QFBlogEntry::newerFirst);
+    // Newest first, dates alike in stored order; the export's one order
+    // while an export holds it.
+    const QList<QFBlogEntryPtr> sorted = m_archives->postsNewestFirst();
 
     std::unique_ptr<QFBlogArchiver> archiver;
     QDateTime mostRecentBucket;
@@ -793,9 +974,22 @@ void QFBlogPlugin::insertBlogEntry(const QFBlogEntryPtr &entry, qsizetype index)
     emit blogEntriesChanged();
 }
 
+void QFBlogPlugin::insertBlogEntries(const QList<QFBlogEntryPtr> &entries)
+{
+    emit blogEntriesAboutToChange();
+    _blogEntries.reserve(_blogEntries.size() + entries.size());
+    for (const QFBlogEntryPtr &entry : entries) {
+        if (!entry)
+            continue;
+        entry->setBlogPlugin(this);
+        _blogEntries.append(entry);
+    }
+    emit blogEntriesChanged();
+}
+
 void QFBlogPlugin::blogEntryChangedDate(QFBlogEntry *entry, const QDateTime &date)
 {
-    if (pluginIsInitialisingFlag)
+    if (pluginIsInitialisingFlag || m_renewingAddedEntries)
         return;
     emit blogEntryDateChanged(entry);
 }
@@ -879,6 +1073,8 @@ QVariantList QFBlogPlugin::knownTagsArray() const
 
 QFCountedSet QFBlogPlugin::tagsForEnabledBlogEntries() const
 {
+    if (m_exportSession && m_exportSession->enabledTags)
+        return *m_exportSession->enabledTags;
     QFCountedSet tags;
     for (const QFBlogEntryPtr &entry : _blogEntries) {
         if (entry->status() != 1 || !entry->tags())
@@ -886,6 +1082,8 @@ QFCountedSet QFBlogPlugin::tagsForEnabledBlogEntries() const
         for (const QFBlogTag &tag : *entry->tags())
             tags.addObject(QVariant::fromValue(tag));
     }
+    if (m_exportSession)
+        m_exportSession->enabledTags = tags;
     return tags;
 }
 
@@ -1072,6 +1270,16 @@ void QFBlogPlugin::setArchivePostsPeriodString(const QString &value)
 void QFBlogPlugin::setShowAtLeastPosts(bool value) { setBoolComparing(_showAtLeastPosts, value); }
 void QFBlogPlugin::setShowPostLimit(int value) { setIntComparing(_showPostLimit, value); }
 void QFBlogPlugin::setGeneratePermalinkPages(bool value) { setBoolComparing(_generatePermalinkPages, value); }
+QString QFBlogPlugin::permalinkLinkName() const
+{
+    return _permalinkLinkName.isEmpty() ? L("PermalinkName") : _permalinkLinkName;
+}
+
+QString QFBlogPlugin::readMoreLinkName() const
+{
+    return _readMoreLinkName.isEmpty() ? L("ReadMoreName") : _readMoreLinkName;
+}
+
 void QFBlogPlugin::setPermalinkLinkName(const QString &value) { setStringComparing(_permalinkLinkName, value); }
 void QFBlogPlugin::setReadMoreLinkName(const QString &value) { setStringComparing(_readMoreLinkName, value); }
 void QFBlogPlugin::setPrependSummaryToPost(bool value) { setBoolComparing(_prependSummaryToPost, value); }

@@ -80,6 +80,7 @@ QList<QFBlogEntryPtr> QFBlogPlugin::doAddEntries(const QList<QFBlogEntryPtr> &en
 {
     QList<QFBlogEntryPtr> copies;
     copies.reserve(entries.size());
+    const bool renewing = std::exchange(m_renewingAddedEntries, true);
     for (const QFBlogEntryPtr &entry : entries) {
         if (!entry)
             continue;
@@ -91,6 +92,7 @@ QList<QFBlogEntryPtr> QFBlogPlugin::doAddEntries(const QList<QFBlogEntryPtr> &en
             entry->setProperty("GUID", *identifier);
         copies.append(entry);
     }
+    m_renewingAddedEntries = renewing;
 
     m_indexes->clearSearch();
     m_blogEntryArrayController->addObjects(copies);

@@ -41,8 +41,8 @@ std::optional<QString> QFPageLinkResolver::hrefForInternalLink(const QFLink &lin
     if (!target->plugin)
         return std::nullopt;
     if (samePage && !absolute)
-        return target->plugin->hrefForSubpage(link.subPageID(), depthCorrection);
-    const std::optional<QString> fromTarget = target->plugin->hrefForSubpage(link.subPageID(), 0);
+        return target->plugin->hrefForSubpage(link.subPageID(), depthCorrection, *target);
+    const std::optional<QString> fromTarget = target->plugin->hrefForSubpage(link.subPageID(), 0, *target);
     if (!fromTarget)
         return std::nullopt;
     const QString path = target->folder.isEmpty() ? *fromTarget : target->folder + QLatin1Char('/') + *fromTarget;

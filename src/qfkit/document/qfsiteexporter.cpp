@@ -73,6 +73,8 @@ public:
 
     ~Run()
     {
+        for (QFTextViewPluginClient *plugin : std::as_const(m_sessionPlugins))
+            plugin->siteExportDidEnd();
         for (QFTextViewPluginClient *plugin : std::as_const(m_touchedPlugins)) {
             plugin->setExportContext(nullptr);
             plugin->setScratchRoot(QString());
@@ -97,6 +99,14 @@ public:
         m_layout = std::make_shared<const QFSiteLayout>(QFSiteLayout::forDocument(m_exporter.m_document));
         const QList<QFSiteLayout::Page> &pages = m_layout->pages();
         m_progress.pagesTotal = int(pages.size());
+        // Any page may link into any other, so every plugin hears of the
+        // export before the first page is written.
+        for (const QFSiteLayout::Page &page : pages) {
+            if (page.plugin && !m_sessionPlugins.contains(page.plugin)) {
+                m_sessionPlugins.append(page.plugin);
+                page.plugin->siteExportWillBegin();
+            }
+        }
         report();
         for (const QFSiteLayout::Page &page : pages) {
             if (m_exporter.m_cancelled)
@@ -337,6 +347,7 @@ private:
     bool m_committed = false;
     std::shared_ptr<const QFSiteLayout> m_layout;
     QSet<QFTextViewPluginClient *> m_touchedPlugins;
+    QList<QFTextViewPluginClient *> m_sessionPlugins;
     QSet<QString> m_madeFolders;
     QSet<QString> m_sharedCopied;
     QFSiteExporter::Summary m_summary;

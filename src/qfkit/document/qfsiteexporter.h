@@ -13,7 +13,9 @@ class QFSiteTheme;
 class QFTextViewPluginClient;
 
 // Exports a whole site document into an output folder (layout:
-// QFSiteLayout). For every page, in document order, it asks the page's
+// QFSiteLayout). It tells every page's plugin when the export begins and
+// ends (siteExportWillBegin, siteExportDidEnd). For every page, in document
+// order, it asks the page's
 // plugin for its feed links (pageContentHeaders), main content (contentHTML),
 // sidebar (sidebarHTML) and, once, the sidebar of the pages in its files
 // folder (sidebarHTML with "subpage" = "YES"), then for its other files

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "qfkit/document/qfexportitem.h"
+#include "qfkit/document/qfsitelayout.h"
 #include "qfkit/text/qfhtmlexporter.h"
 
 #include <QDateTime>
@@ -104,12 +105,31 @@ public:
     // The href of one of the page's sub-pages (a permalink page, a podcast
     // file …) named by the sub-page ID of an internal link, as written into a
     // file at that depth correction (0: the page's main file, so the files
-    // folder comes first; 1: a file inside the files folder). nullopt for a
-    // sub-page the plugin does not know; the base knows none. Any thread.
-    virtual std::optional<QString> hrefForSubpage(const QString &subPageID, int depthCorrection) const
+    // folder comes first; 1: a file inside the files folder). `page` is this
+    // page's place in the site being written (its extension and files folder
+    // name). nullopt for a sub-page the plugin does not know; the base knows
+    // none. Any thread.
+    virtual std::optional<QString> hrefForSubpage(const QString &subPageID, int depthCorrection,
+                                                  const QFSiteLayout::Page &page) const
     {
-        Q_UNUSED(subPageID) Q_UNUSED(depthCorrection) return std::nullopt;
+        Q_UNUSED(subPageID) Q_UNUSED(depthCorrection) Q_UNUSED(page) return std::nullopt;
     }
+
+    // The places inside this page that other pages may link to, for the
+    // host's link chooser and `quillfen links`: one map per target with
+    // "title", "pageID", "subpageID", "anchorID" (strings) and, on a target
+    // that has targets of its own, "children" (a list of such maps). nullopt
+    // when the page offers none (an empty list is an offer of nothing yet);
+    // the base offers none. Main thread.
+    virtual std::optional<QVariantList> internalPageLinks() const { return std::nullopt; }
+
+    // The site exporter tells every page of the site before it exports the
+    // first page and after the last one (also when the export fails or is
+    // cancelled), so a plugin may keep lookups (for links into it from any
+    // page) for exactly that long. The site must not change in between. The
+    // base does nothing. The exporting thread; must not throw.
+    virtual void siteExportWillBegin() {}
+    virtual void siteExportDidEnd() {}
 
     // Progress of a running export in units of the plugin's choosing (posts,
     // pages): emits exportProgress(). Any thread.

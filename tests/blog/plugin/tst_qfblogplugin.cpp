@@ -1,3 +1,5 @@
+#include "blog/generation/qfblogpluginpermalinks.h"
+#include "blog/generation/qfblogpluginrss.h"
 #include "blog/model/qfblogentry.h"
 #include "blog/plugin/qfblogplugin.h"
 #include "qfkit/document/qfsitedocument.h"
@@ -516,6 +518,28 @@ void tst_QFBlogPlugin::blogWithoutPostsExportsNothingAndMakesNoFolder()
     QVERIFY(!QFileInfo::exists(scratchPath(plugin)));
 }
 
+// The export parameters of a blog page at the site root.
+static QVariantMap driverParameters()
+{
+    return {{QStringLiteral("name"), QStringLiteral("blog.html")},
+            {QStringLiteral("title"), QStringLiteral("My Blog")},
+            {QStringLiteral("base"), QStringLiteral("http://example.org/")},
+            {QStringLiteral("index"), QStringLiteral("blog.html")},
+            {QStringLiteral("FilenameExt"), QStringLiteral("html")}};
+}
+
+// The expected file names, "FEED" standing for the blog's feed file, sorted
+// like the driver's results.
+static QStringList expectedFiles(const QFBlogPlugin &plugin, QStringList files)
+{
+    for (QString &name : files) {
+        if (name == QLatin1String("FEED"))
+            name = plugin.rss().rssFeedFilename();
+    }
+    files.sort();
+    return files;
+}
+
 void tst_QFBlogPlugin::exportWritesTheFilesOfItsMode_data()
 {
     QTest::addColumn<QString>("mode");
@@ -528,8 +552,9 @@ void tst_QFBlogPlugin::exportWritesTheFilesOfItsMode_data()
         << "preview" << true << true << QStringList{QStringLiteral("sidebar-content.html")};
     QTest::newRow("preview without it: nothing") << "preview" << false << true << QStringList{};
     QTest::newRow("publish with podcast images and the PHP sidebar")
-        << "" << true << true << (images + QStringList{QStringLiteral("sidebar-content.html")});
-    QTest::newRow("publish without custom iTunes tags: no images") << "" << false << false << QStringList{};
+        << "" << true << true << (images + QStringList{QStringLiteral("sidebar-content.html"), QStringLiteral("FEED")});
+    QTest::newRow("publish without custom iTunes tags: no images")
+        << "" << false << false << QStringList{QStringLiteral("FEED")};
 }
 
 void tst_QFBlogPlugin::exportWritesTheFilesOfItsMode()
@@ -540,6 +565,7 @@ void tst_QFBlogPlugin::exportWritesTheFilesOfItsMode()
     QFETCH(QStringList, files);
 
     QFBlogPlugin plugin;
+    plugin.setGeneratePermalinkPages(false);
     plugin.setUsePHPForSidebarContent(phpSidebar);
     plugin.setEnableRSS(true);
     plugin.setEnableCustomiTunesTags(podcastImages);
@@ -551,13 +577,12 @@ void tst_QFBlogPlugin::exportWritesTheFilesOfItsMode()
     draft->setItunesTags(QFBlogCustomiTunesTags::tags());
     draft->itunesTags()->setImageData(imageBytes("PNG"));
 
-    QVariantMap params{{QStringLiteral("name"), QStringLiteral("blog.html")},
-                       {QStringLiteral("title"), QStringLiteral("My Blog")}};
+    QVariantMap params = driverParameters();
     if (!mode.isEmpty())
         params.insert(QStringLiteral("mode"), mode);
 
     const QList<QFExportItem> result = plugin.extraFilesNeededInExportFolder(params);
-    QCOMPARE(fileNames(result), files);
+    QCOMPARE(fileNames(result), expectedFiles(plugin, files));
     for (const QFExportItem &item : result)
         QVERIFY(item.filePath().startsWith(scratchPath(plugin) + QLatin1Char('/')));
     QCOMPARE(plugin.designatedFilename(), QStringLiteral("blog.html"));
@@ -575,7 +600,7 @@ void tst_QFBlogPlugin::cancelExportStopsTheDriver_data()
 
     QTest::newRow("during archives") << ExportStage::Archives << QStringList{};
     QTest::newRow("during permalinks") << ExportStage::Permalinks << QStringList{};
-    QTest::newRow("during the feed") << ExportStage::Feed << QStringList{QStringLiteral("podcast_channel.png")};
+    QTest::newRow("during the feed") << ExportStage::Feed << QStringList{};
 }
 
 void tst_QFBlogPlugin::cancelExportStopsTheDriver()
@@ -588,7 +613,7 @@ void tst_QFBlogPlugin::cancelExportStopsTheDriver()
     plugin.setEnableRSS(true);
     plugin.setEnableCustomiTunesTags(true);
     plugin.channelCustomiTunesTags()->setImageData(imageBytes("PNG"));
-    addPost(plugin, kT1, false, 1);
+    const QFBlogEntryPtr post = addPost(plugin, kT1, false, 1);
 
     QList<ExportStage> stages;
     connect(&plugin, &QFBlogPlugin::exportStageStarted, &plugin, [&](ExportStage stage) {
@@ -596,15 +621,16 @@ void tst_QFBlogPlugin::cancelExportStopsTheDriver()
         if (stage == cancelAt)
             plugin.cancelExport();
     });
-    QCOMPARE(fileNames(plugin.extraFilesNeededInExportFolder({})), files);
+    QCOMPARE(fileNames(plugin.extraFilesNeededInExportFolder(driverParameters())), files);
     QVERIFY(plugin.exportCancelled());
     QCOMPARE(stages.last(), cancelAt);
 
     // The next export starts afresh.
     stages.clear();
     disconnect(&plugin, &QFBlogPlugin::exportStageStarted, &plugin, nullptr);
-    QCOMPARE(fileNames(plugin.extraFilesNeededInExportFolder({})),
-             (QStringList{QStringLiteral("podcast_channel.png"), QStringLiteral("sidebar-content.html")}));
+    QCOMPARE(fileNames(plugin.extraFilesNeededInExportFolder(driverParameters())),
+             expectedFiles(plugin, {QStringLiteral("podcast_channel.png"), QStringLiteral("sidebar-content.html"),
+                                    QStringLiteral("FEED"), plugin.permalinks().permalinkFilename(post, QStringLiteral("html"))}));
     QVERIFY(!plugin.exportCancelled());
 }
 

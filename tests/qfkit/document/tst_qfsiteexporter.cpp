@@ -57,6 +57,7 @@ public:
     QString contentHTML(const QVariantMap &params) override
     {
         contentParams = params;
+        events += QStringLiteral("content;");
         reportExportProgress(1, 2);
         return QStringLiteral("<p class=\"fixed-main\">Main %fixed_kept%</p>");
     }
@@ -97,6 +98,8 @@ public:
         return items;
     }
     void cancelExport() override { cancelled = true; }
+    void siteExportWillBegin() override { events += QStringLiteral("begin;"); }
+    void siteExportDidEnd() override { events += QStringLiteral("end;"); }
 
     Failure failure = Failure::None;
     QFSiteExporter *exporter = nullptr;
@@ -105,6 +108,7 @@ public:
     int pageSidebarCalls = 0;
     int subpageSidebarCalls = 0;
     bool cancelled = false;
+    QString events;
 };
 
 class FixedFactory final : public QFPagePluginFactory
@@ -324,7 +328,7 @@ void tst_QFSiteExporter::failedOrCancelledExportLeavesOutputAsItWas()
     QFETCH(int, failure);
     QFETCH(QString, error);
 
-    addPage(QStringLiteral("home"), QStringLiteral("Home"));
+    FixedPlugin *home = addPage(QStringLiteral("home"), QStringLiteral("Home"));
     FixedPlugin *failing = addPage(QStringLiteral("blog"), QStringLiteral("Blog"));
     QFSiteExporter exporter(*m_document, &m_registry);
     failing->failure = FixedPlugin::Failure(failure);
@@ -346,6 +350,10 @@ void tst_QFSiteExporter::failedOrCancelledExportLeavesOutputAsItWas()
     }
     QCOMPARE(raised, error);
     QCOMPARE(summary.cancelled, error.isEmpty());
+    // Every page heard of the export before the first page and of its end,
+    // however it ended.
+    QCOMPARE(home->events, QStringLiteral("begin;content;end;"));
+    QCOMPARE(failing->events, QStringLiteral("begin;content;end;"));
     if (error.isEmpty())
         QVERIFY(failing->cancelled);
     QCOMPARE(tree(out), QStringList{QStringLiteral("old.html")});

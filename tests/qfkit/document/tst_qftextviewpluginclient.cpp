@@ -15,11 +15,13 @@ namespace {
 class LinkingPlugin final : public QFTextViewPluginClient
 {
 public:
-    std::optional<QString> hrefForSubpage(const QString &subPageID, int depthCorrection) const override
+    std::optional<QString> hrefForSubpage(const QString &subPageID, int depthCorrection,
+                                          const QFSiteLayout::Page &page) const override
     {
         if (subPageID != QLatin1String("permalink:1"))
             return std::nullopt;
-        return depthCorrection == 0 ? QStringLiteral("files/p1.html") : QStringLiteral("p1.html");
+        const QString file = QStringLiteral("p1.") + page.extension;
+        return depthCorrection == 0 ? page.filesFolderName + QLatin1Char('/') + file : file;
     }
 };
 

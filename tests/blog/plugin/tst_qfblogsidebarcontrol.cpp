@@ -1,0 +1,272 @@
+#include "blog/generation/qfblogpluginarchives.h"
+#include "blog/generation/qfblogplugincategories.h"
+#include "blog/generation/qfblogplugintagsemission.h"
+#include "blog/model/qfblogentry.h"
+#include "blog/plugin/qfblogplugin.h"
+#include "qfkit/document/qfsitedocument.h"
+#include "qfkit/document/qfsiteexporter.h"
+#include "qfkit/support/qfbundle.h"
+#include "qfkit/support/qfuserdefaults.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+// The blog's sidebar as the sections, separator and settings shape it.
+class tst_QFBlogSidebarControl : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void sidebar_data();
+    void sidebar();
+    void commentFeedHostsComeFromTheUserDefaults();
+    void phpSidebarIsAnIncludeForSubpagesOnly();
+    void exportedPhpSiteIncludesOneSidebarFile();
+
+private:
+    std::unique_ptr<QTemporaryDir> m_settingsDir;
+    std::unique_ptr<QFUserDefaults> m_defaults;
+};
+
+namespace {
+
+const QVariantMap kParams{{QStringLiteral("FilenameExt"), QStringLiteral("html")},
+                          {QStringLiteral("filesfoldername"), QStringLiteral("files")},
+                          {QStringLiteral("name"), QStringLiteral("blog.html")},
+                          {QStringLiteral("title"), QStringLiteral("Blog")}};
+
+QVariantMap section(const char *name, bool enabled = true)
+{
+    return QVariantMap{{QStringLiteral("name"), QString::fromLatin1(name)}, {QStringLiteral("enabled"), enabled}};
+}
+
+// A blog with two published posts a month apart, tagged, so every section
+// has something to show, and with the feed and comment link texts set.
+struct Blog
+{
+    QFSiteDocument site;
+    QFBlogPlugin plugin;
+
+    Blog()
+    {
+        site.setSiteBaseURL(QStringLiteral("http://example.org/blog/"));
+        plugin.setDocument(&site);
+        plugin.setArchivePostsPeriod(1);
+        int id = 0;
+        for (const QDate &day : {QDate(2024, 1, 10), QDate(2024, 3, 5)}) {
+            QFBlogEntryPtr entry = QFBlogEntry::blogEntryWithBlogPlugin(&plugin);
+            entry->setID(++id);
+            entry->setTitle(QStringLiteral("Post %1").arg(id));
+            entry->setDate(QDateTime(day, QTime(12, 0)));
+            entry->setStatus(1);
+            entry->setCategoryIDs({plugin.categories().at(1)->categoryID()});
+            entry->setTags(QFBlogTagList{QFBlogTag(QStringLiteral("Travel"))});
+            plugin.insertBlogEntry(entry);
+        }
+        plugin.setRssTitle(QStringLiteral("Tom & Jerry"));
+        plugin.setRssFeedLinkName(QStringLiteral("Feed"));
+        plugin.setRssCommentsLinkName(QStringLiteral("Comments"));
+        plugin.setRssCustomFeedFilename(QStringLiteral("feed"));
+    }
+
+    // The sidebar with the generators' own sections replaced by [C], [A]
+    // and [T]: what is left is the sidebar's own framing.
+    QString framing(const QVariantMap &params)
+    {
+        QString html = plugin.staticSidebarHTML(params);
+        plugin.archives().calculateArchives();
+        const QString categories = plugin.categoriesGroup().emitCategoryLinks(params);
+        const QString archives = plugin.archives().emitArchiveLinks(params);
+        const QString tags = plugin.tagsEmission().stringForTagCloudHTML(params);
+        if (categories.isEmpty() || archives.isEmpty() || tags.isEmpty())
+            return QStringLiteral("fixture has an empty section");
+        html.replace(categories, QStringLiteral("[C]"));
+        html.replace(archives, QStringLiteral("[A]"));
+        html.replace(tags, QStringLiteral("[T]"));
+        return html;
+    }
+};
+
+const QString kFeed = QStringLiteral("<div id=\"blog-rss-feeds\"><a class=\"blog-rss-link\" href=\"files/feed.xml\" "
+                                     "rel=\"alternate\" type=\"application/rss+xml\" title=\"Tom &amp; Jerry\">Feed</a><br />");
+const QString kJSKit =
+    QStringLiteral("<a class=\"blog-comments-rss-link\" href=\"http://js-kit.com/rss/example.org/blog/\">Comments</a>");
+
+} // namespace
+
+void tst_QFBlogSidebarControl::initTestCase()
+{
+    QFBlogPlugin::initializeClass(QFBundle(QStringLiteral(QF_BLOG_BUNDLE_PATH)));
+    m_settingsDir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_settingsDir->isValid());
+    m_defaults = std::make_unique<QFUserDefaults>(m_settingsDir->filePath(QStringLiteral("defaults.ini")));
+    QFBlogPlugin::initialize(*m_defaults);
+}
+
+void tst_QFBlogSidebarControl::cleanupTestCase()
+{
+    // The plugin class keeps a pointer to the defaults; leave it valid.
+    m_defaults.release();
+}
+
+void tst_QFBlogSidebarControl::sidebar_data()
+{
+    QTest::addColumn<QVariant>("control"); // invalid: none stored
+    QTest::addColumn<QVariantMap>("settings");
+    QTest::addColumn<bool>("subpage");
+    QTest::addColumn<QString>("separator"); // null: none stored
+    QTest::addColumn<QString>("expected");
+
+    const QVariantMap feedAndJSKit{{QStringLiteral("enableRSS"), true}, {QStringLiteral("commentsSelectedProviderTag"), 2}};
+    const QVariantMap jsKit{{QStringLiteral("commentsSelectedProviderTag"), 2}};
+    const QVariantMap feed{{QStringLiteral("enableRSS"), true}};
+    const QString bar = QStringLiteral("|");
+
+    QTest::newRow("nothing stored: the five sections in the default order")
+        << QVariant() << feedAndJSKit << false << bar
+        << "<div id=\"blog-categories\">[C]</div>|<div id=\"blog-archives\">[A]</div>|[T]|" + kFeed + "|" + kJSKit
+               + "</div>|";
+    QTest::newRow("an empty list stored: no sidebar") << QVariant(QVariantList()) << feedAndJSKit << false << bar << "";
+    QTest::newRow("no separator stored: sections run together")
+        << QVariant(QVariantList{section("Categories"), section("Archives")}) << QVariantMap() << false << QString()
+        << "<div id=\"blog-categories\">[C]</div><div id=\"blog-archives\">[A]</div>";
+    QTest::newRow("categories listed but category pages off")
+        << QVariant(QVariantList{section("Categories")})
+        << QVariantMap{{QStringLiteral("categoryPostsEnabled"), false}} << false << bar << "";
+    QTest::newRow("tag cloud off while tags are on")
+        << QVariant(QVariantList{section("Tags")}) << QVariantMap{{QStringLiteral("tagCloudEnabled"), false}}
+        << false << bar << "";
+    QTest::newRow("archives off") << QVariant(QVariantList{section("Archives")})
+                                  << QVariantMap{{QStringLiteral("archivePostsEnabled"), false}} << false << bar << "";
+    QTest::newRow("unknown and switched-off sections write nothing")
+        << QVariant(QVariantList{section("Weather"), section("Tags", false), QStringLiteral("Tags")}) << feedAndJSKit
+        << false << bar << "";
+    QTest::newRow("feed without a comments section stays open")
+        << QVariant(QVariantList{section("RSS Link")}) << feed << false << bar << kFeed + "|";
+    QTest::newRow("feed with the comments section switched off stays open")
+        << QVariant(QVariantList{section("RSS Link"), section("Comments Link", false)}) << feedAndJSKit << false << bar
+        << kFeed + "|";
+    QTest::newRow("feed closed by the comments section without a comment service")
+        << QVariant(QVariantList{section("RSS Link"), section("Comments Link")}) << feed << false << bar
+        << kFeed + "|</div>|";
+    QTest::newRow("comments section closes an element even when it comes first")
+        << QVariant(QVariantList{section("Comments Link"), section("RSS Link")}) << feed << false << bar
+        << "</div>|" + kFeed + "|";
+    QTest::newRow("feed off, JS-Kit with a link text")
+        << QVariant(QVariantList{section("Comments Link")}) << jsKit << false << bar << kJSKit + "|";
+    QVariantMap jsKitWithoutText = jsKit;
+    jsKitWithoutText.insert(QStringLiteral("rssCommentsLinkName"), QString());
+    QTest::newRow("feed off, JS-Kit without a link text: the separator alone")
+        << QVariant(QVariantList{section("Comments Link")}) << jsKitWithoutText << false << bar << "|";
+    QTest::newRow("feed off, no comment service: nothing")
+        << QVariant(QVariantList{section("Comments Link")}) << QVariantMap() << false << bar << "";
+    QTest::newRow("HaloScan member feed with the account escaped")
+        << QVariant(QVariantList{section("Comments Link")})
+        << QVariantMap{{QStringLiteral("commentsSelectedProviderTag"), 1},
+                       {QStringLiteral("commentsUserIdentifiers"), QVariantMap{{QStringLiteral("haloscan"), QStringLiteral("tom & co")}}}}
+        << false << bar
+        << "<a class=\"blog-comments-rss-link\" href=\"http://www.haloscan.com/members/rss.php?user=tom%20%26%20co\">"
+           "Comments</a>|";
+    QTest::newRow("Disqus offers no comments feed")
+        << QVariant(QVariantList{section("Comments Link")})
+        << QVariantMap{{QStringLiteral("commentsSelectedProviderTag"), 3},
+                       {QStringLiteral("commentsUserIdentifiers"), QVariantMap{{QStringLiteral("disqus"), QStringLiteral("site")}}}}
+        << false << bar << "|";
+    QString subpageFeed = kFeed;
+    subpageFeed.replace(QStringLiteral("files/feed.xml"), QStringLiteral("feed.xml"));
+    QTest::newRow("feed link from a page in the files folder")
+        << QVariant(QVariantList{section("RSS Link")}) << feed << true << bar << subpageFeed + "|";
+    QVariantMap custom = feed;
+    custom.insert(QStringLiteral("enableCustomRSSURL"), true);
+    custom.insert(QStringLiteral("rssCustomFeedURL"), QStringLiteral("http://feeds.example.net/tom"));
+    QString customFeed = kFeed;
+    customFeed.replace(QStringLiteral("files/feed.xml"), QStringLiteral("http://feeds.example.net/tom"));
+    QTest::newRow("custom feed address as stored")
+        << QVariant(QVariantList{section("RSS Link")}) << custom << true << bar << customFeed + "|";
+}
+
+void tst_QFBlogSidebarControl::sidebar()
+{
+    QFETCH(QVariant, control);
+    QFETCH(QVariantMap, settings);
+    QFETCH(bool, subpage);
+    QFETCH(QString, separator);
+    QFETCH(QString, expected);
+
+    Blog blog;
+    if (control.isValid())
+        blog.plugin.setSidebarControl(control.toList());
+    if (!separator.isNull())
+        blog.plugin.setSidebarSeparator(separator);
+    for (auto it = settings.cbegin(); it != settings.cend(); ++it)
+        QVERIFY2(blog.plugin.setProperty(it.key().toLatin1().constData(), it.value()), qPrintable(it.key()));
+    QVariantMap params = kParams;
+    if (subpage)
+        params.insert(QStringLiteral("subpage"), QStringLiteral("YES"));
+
+    QCOMPARE(blog.framing(params), expected);
+}
+
+void tst_QFBlogSidebarControl::commentFeedHostsComeFromTheUserDefaults()
+{
+    Blog blog;
+    blog.plugin.setSidebarControl({section("Comments Link")});
+    blog.plugin.setCommentsSelectedProviderTag(2);
+    m_defaults->setValue(QStringLiteral("QFBlogJSKitCommentFeedEndpoint"), QStringLiteral("https://comments.example.net"));
+    const QString html = blog.plugin.staticSidebarHTML(kParams);
+    m_defaults->removeObject(QStringLiteral("QFBlogJSKitCommentFeedEndpoint"));
+    QCOMPARE(html, QStringLiteral("<a class=\"blog-comments-rss-link\" "
+                                  "href=\"https://comments.example.net/rss/example.org/blog/\">Comments</a>"));
+}
+
+void tst_QFBlogSidebarControl::phpSidebarIsAnIncludeForSubpagesOnly()
+{
+    Blog blog;
+    blog.plugin.setSidebarControl({section("Categories")});
+    blog.plugin.setUsePHPForSidebarContent(true);
+    QVariantMap subpage = kParams;
+    subpage.insert(QStringLiteral("subpage"), QStringLiteral("yes"));
+    QCOMPARE(blog.plugin.sidebarHTML(subpage), QStringLiteral("<?php include(\"sidebar-content.html\"); ?>"));
+    QVERIFY(blog.plugin.sidebarHTML(kParams).startsWith(QStringLiteral("<div id=\"blog-categories\">")));
+    QCOMPARE(blog.plugin.overrideFileExtension(), std::optional<QString>(QStringLiteral("php")));
+}
+
+void tst_QFBlogSidebarControl::exportedPhpSiteIncludesOneSidebarFile()
+{
+    QFSiteDocument site;
+    site.setSiteBaseURL(QStringLiteral("http://example.org/"));
+    auto owned = std::make_unique<QFBlogPlugin>();
+    QFBlogPlugin &plugin = *owned;
+    site.addPage(std::move(owned), QStringLiteral("blog"), QStringLiteral("Blog"));
+    QFBlogEntryPtr entry = QFBlogEntry::blogEntryWithBlogPlugin(&plugin);
+    entry->setID(1);
+    entry->setGUID(QStringLiteral("guid"));
+    entry->setTitle(QStringLiteral("Only post"));
+    entry->setDate(QDateTime(QDate(2024, 5, 1), QTime(9, 0)));
+    entry->setStatus(1);
+    plugin.insertBlogEntry(entry);
+    plugin.setSidebarControl({section("Categories")});
+    plugin.setUsePHPForSidebarContent(true);
+
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString out = dir.filePath(QStringLiteral("www"));
+    QFSiteExporter(site).exportTo(out);
+
+    const auto read = [&](const QString &name) {
+        QFile file(out + QLatin1Char('/') + name);
+        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    };
+    // Every page of the blog takes the extension "php"; the main page carries
+    // its sidebar, the pages in the files folder include the shared file.
+    QVERIFY(read(QStringLiteral("blog.php")).contains(QStringLiteral("<div id=\"blog-categories\">")));
+    QVERIFY(read(QStringLiteral("files/sidebar-content.html")).startsWith(QStringLiteral("<div id=\"blog-categories\">")));
+    const QString permalinkPage = read(QStringLiteral("files/guid-1.php"));
+    QVERIFY(permalinkPage.contains(QStringLiteral("<?php include(\"sidebar-content.html\"); ?>")));
+    QVERIFY(!permalinkPage.contains(QStringLiteral("blog-categories")));
+}
+
+QTEST_GUILESS_MAIN(tst_QFBlogSidebarControl)
+#include "tst_qfblogsidebarcontrol.moc"
