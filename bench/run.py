@@ -85,6 +85,9 @@ def bench(quillfen, count, work, env, compare):
         os.remove(site)
     run([quillfen, "new", site, "--title", f"Bench {count}", "--base-url", "http://localhost/bench/"], env)
     run([quillfen, "set", site, "enableRSS", "true"], env)
+    # Five years of posts are archived by month, as such a blog would be; by
+    # week every page's sidebar would carry some 260 archive links.
+    run([quillfen, "set", site, "archivePostsPeriod", "1"], env)
     added = run([quillfen, "post", "add", site, "--jsonl", corpus], env)
     opened = run([quillfen, "post", "list", site], env)
 
