@@ -58,5 +58,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     } catch (const QFException &) {
         // The expected outcome for bad input.
     }
+    // The other way in: the first value passed over, read after the rest,
+    // element by element (how a blog reads its posts).
+    try {
+        QFUnarchiver unarchiver(bytes);
+        const QFUnarchiver::SkippedValue first = unarchiver.skipObject();
+        for (int i = 0; i < 10000 && !unarchiver.atEnd(); ++i)
+            unarchiver.decodeObject();
+        qsizetype elements = 0;
+        unarchiver.decodeArrayElements(first, [&elements](QVariant &&) { ++elements; });
+    } catch (const QFException &) {
+    }
     return 0;
 }

@@ -89,6 +89,9 @@ size_t qHash(const QFBlogPluginCodeGeneration::ExportKey &key, size_t seed)
 
 QFBlogPluginCodeGeneration::QFBlogPluginCodeGeneration(QFBlogPlugin &plugin)
     : m_plugin(plugin)
+    // Exports made without it must be byte for byte the same; the benchmark
+    // checks that by turning it off.
+    , m_memoEnabled(qEnvironmentVariableIsEmpty("QUILLFEN_NO_CACHE"))
 {
 }
 

@@ -279,8 +279,10 @@ void QFBlogPlugin::performInitWithCoder(QFUnarchiver &coder)
             set(*value);
     };
 
-    // The posts: turned into posts once the categories they refer to are read.
-    const QVariant postDictionaries = read();
+    // The posts come first but refer to categories stored after them, so
+    // they are passed over now and made one by one once those are in place:
+    // a large blog never holds every post's dictionary at once.
+    const QFUnarchiver::SkippedValue postDictionaries = coder.skipObject();
 
     ifPresent(readString(), [this](const QString &v) { setRssHomepage(v); });
     ifPresent(readString(), [this](const QString &v) { setRssDescription(v); });
@@ -354,17 +356,16 @@ void QFBlogPlugin::performInitWithCoder(QFUnarchiver &coder)
     // Posts, now that their categories are in place. One that cannot be read
     // is left out; the dictionary reader has logged why.
     emit blogEntriesAboutToChange();
-    if (const std::optional<QVariantList> posts = archivedList(postDictionaries)) {
-        _blogEntries.reserve(posts->size());
-        for (const QVariant &dictionary : *posts) {
-            if (dictionary.typeId() != QMetaType::QVariantMap)
-                continue;
-            if (QFBlogEntryPtr entry = QFBlogEntry::blogEntryWithDictionary(dictionary.toMap(), this)) {
-                entry->setBlogPlugin(this);
-                _blogEntries.append(entry);
-            }
+    coder.decodeArrayElements(postDictionaries, [this](QVariant &&dictionary) {
+        if (dictionary.typeId() != QMetaType::QVariantMap)
+            return;
+        QVariantMap fields = dictionary.toMap();
+        dictionary = QVariant();
+        if (QFBlogEntryPtr entry = QFBlogEntry::blogEntryWithDictionary(fields, this)) {
+            entry->setBlogPlugin(this);
+            _blogEntries.append(entry);
         }
-    }
+    });
     emit blogEntriesChanged();
 
     ifPresent(readString(), [this](const QString &v) { setCategorySeparator(v); });

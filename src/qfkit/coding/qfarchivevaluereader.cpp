@@ -96,6 +96,42 @@ QVariant QFArchiveValueReader::read()
     return value;
 }
 
+void QFArchiveValueReader::skip()
+{
+    checkStream();
+    if (m_reader.type() == QCborStreamReader::Invalid) {
+        failHere(remainingBytes() > 0 ? QStringLiteral("unreadable data")
+                                      : QStringLiteral("the data ends where a value was expected"));
+    }
+    // The stream reader walks nested items itself; its limit keeps a
+    // pathological nesting from exhausting the stack here, and the reading
+    // that follows applies our own.
+    m_reader.next(QFArchiveFormat::MaxDepth);
+    checkStream();
+}
+
+bool QFArchiveValueReader::readArrayElements(const std::function<void(QVariant &&)> &element)
+{
+    checkStream();
+    if (!m_reader.isArray()) {
+        read();
+        return false;
+    }
+    if (m_reader.isLengthKnown() && m_reader.length() > quint64(remainingBytes()))
+        failHere(QStringLiteral("an array of %1 items is longer than the data").arg(m_reader.length()));
+    if (!m_reader.enterContainer())
+        checkStream();
+    checkStream();
+    while (m_reader.hasNext()) {
+        element(readValue(1));
+        checkStream();
+    }
+    checkStream();
+    m_reader.leaveContainer();
+    checkStream();
+    return true;
+}
+
 QVariant QFArchiveValueReader::readValue(int depth)
 {
     checkStream();

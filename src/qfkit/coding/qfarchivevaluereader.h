@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QVariant>
 
+#include <functional>
+
 class QCborStreamReader;
 
 // Reads one CBOR data item of an archive (see qfarchiveformat.h) into a
@@ -30,6 +32,15 @@ public:
 
     // One complete data item; the reader is left just after it.
     QVariant read();
+
+    // Passes over one complete data item, checking only that its structure
+    // is whole (no object is made); the reader is left just after it.
+    void skip();
+
+    // When the item is an array, decodes its elements one by one, handing
+    // each to `element` before the next is read, and answers true; any other
+    // item is decoded (and dropped) and answers false.
+    bool readArrayElements(const std::function<void(QVariant &&)> &element);
 
     // Raises QFException("Malformed Archive") unless the data starts with the
     // header of the given form (magic and a version we know).

@@ -38,11 +38,16 @@ QByteArray archive(Write &&write)
     QByteArray data;
     data.append(QFArchiveFormat::KeyedMagic, QFArchiveFormat::HeaderSize - 1);
     data.append(char(QFArchiveFormat::FormatVersion));
-    QBuffer buffer(&data);
-    buffer.open(QIODevice::WriteOnly | QIODevice::Append);
-    QCborStreamWriter cbor(&buffer);
-    QFArchiveValueWriter writer(cbor, &writeKeyedObject);
-    write(writer);
+    {
+        QBuffer buffer(&data);
+        buffer.open(QIODevice::WriteOnly | QIODevice::Append);
+        QCborStreamWriter cbor(&buffer);
+        QFArchiveValueWriter writer(cbor, &writeKeyedObject);
+        write(writer);
+    }
+    // The buffer grows its array by doubling; an archive is often kept for
+    // the life of a document (a post's text), so it keeps only its bytes.
+    data.squeeze();
     return data;
 }
 

@@ -43,3 +43,38 @@ QVariant QFUnarchiver::decodeObject()
     m_offset += qsizetype(reader.currentOffset());
     return value;
 }
+
+QFUnarchiver::SkippedValue QFUnarchiver::skipObject()
+{
+    SkippedValue skipped;
+    if (atEnd())
+        return skipped;
+    if (m_overValues) {
+        skipped.decoded = m_values.at(m_nextValue++);
+        return skipped;
+    }
+    const qsizetype available = m_data.size() - m_offset;
+    QCborStreamReader reader(QByteArray::fromRawData(m_data.constData() + m_offset, available));
+    QFArchiveValueReader values(reader, m_offset, available, QFArchiveValueReader::Form::Sequential);
+    values.skip();
+    skipped.offset = m_offset;
+    skipped.size = qsizetype(reader.currentOffset());
+    m_offset += skipped.size;
+    return skipped;
+}
+
+bool QFUnarchiver::decodeArrayElements(const SkippedValue &value,
+                                       const std::function<void(QVariant &&)> &element) const
+{
+    if (value.offset < 0) {
+        if (value.decoded.typeId() != QMetaType::QVariantList)
+            return false;
+        const QVariantList list = value.decoded.toList();
+        for (const QVariant &item : list)
+            element(QVariant(item));
+        return true;
+    }
+    QCborStreamReader reader(QByteArray::fromRawData(m_data.constData() + value.offset, value.size));
+    QFArchiveValueReader values(reader, value.offset, value.size, QFArchiveValueReader::Form::Sequential);
+    return values.readArrayElements(element);
+}

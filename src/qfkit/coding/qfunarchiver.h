@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QVariant>
 
+#include <functional>
+
 // Reads a sequential archive written by QFArchiver, value by value. The
 // format is described in docs/FORMATS.md (and in qfarchiveformat.h).
 //
@@ -33,6 +35,31 @@ public:
 
     QVariant decodeObject();
     bool atEnd() const;
+
+    // A value passed over by skipObject(), to be read with
+    // decodeArrayElements() while this unarchiver lives. A default one stands
+    // for nil (what skipping past the last value gives).
+    struct SkippedValue
+    {
+        qsizetype offset = -1;
+        qsizetype size = 0;
+        QVariant decoded;
+    };
+
+    // Passes over the next value without making its objects, so a reader can
+    // take a later value first. The value's data items are checked to be
+    // complete: raises QFException("Malformed Archive") when they are not.
+    // What decodeObject() would still refuse in it (unknown classes, values
+    // of the wrong shape) is found by decodeArrayElements().
+    SkippedValue skipObject();
+
+    // Reads a skipped value. For an array, each element is decoded and handed
+    // to `element` in order, and dropped before the next one is read, so a
+    // long list never sits in memory whole; answers true. Any other value
+    // (nil included) is decoded in full, handed to nothing, and answers
+    // false. Errors as for decodeObject(), with offsets in the whole archive;
+    // an exception thrown by `element` ends the reading and propagates.
+    bool decodeArrayElements(const SkippedValue &value, const std::function<void(QVariant &&)> &element) const;
 
 private:
     // An unarchiver over an object's own, already decoded, values.

@@ -130,14 +130,14 @@ QUndoStack *QFSiteDocument::undoStack() const
 
 std::unique_ptr<QFSiteDocument> QFSiteDocument::open(const QString &path, const QFPluginRegistry &registry)
 {
-    const QFSiteDocumentData data = QFSiteDocumentReader().open(path);
+    QFSiteDocumentData data = QFSiteDocumentReader().open(path);
     const QString fileName = QDir::toNativeSeparators(path);
 
     // Every plugin is made before the document takes any, so a page that
     // cannot be read leaves nothing half-opened behind.
     std::vector<std::unique_ptr<QFTextViewPluginClient>> plugins;
     plugins.reserve(size_t(data.pages.size()));
-    for (const QFStoredPage &page : data.pages) {
+    for (QFStoredPage &page : data.pages) {
         QFPagePluginFactory *factory = registry.factory(page.pluginName);
         if (!factory) {
             throw QFException(CannotOpen,
@@ -148,6 +148,9 @@ std::unique_ptr<QFSiteDocument> QFSiteDocument::open(const QString &path, const 
         std::unique_ptr<QFTextViewPluginClient> plugin;
         try {
             QFUnarchiver coder(page.archive);
+            // A record can be hundreds of megabytes; once the coder has it,
+            // the document's copy goes, and the bytes go with the coder.
+            page.archive = QByteArray();
             plugin.reset(factory->createPluginFromArchive(coder));
         } catch (const QFException &e) {
             throw QFException(CannotOpen,

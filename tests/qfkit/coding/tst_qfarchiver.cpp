@@ -71,6 +71,33 @@ public:
     }
 };
 
+// Passes over its first value (a list), reads the second, then the list's
+// elements one by one: the reading a record does when a value refers to one
+// stored after it.
+class TestDeferring final : public QFCoding
+{
+public:
+    QVariantList list;
+    QString after;
+    QVariant readPastOwnValues;
+
+    QString codingClassName() const override { return QStringLiteral("TestSeqDeferring"); }
+    void encodeWithCoder(QFArchiver &coder) const override
+    {
+        coder.encodeObject(list);
+        coder.encodeObject(after);
+    }
+    static QFCodingPtr decode(QFUnarchiver &coder)
+    {
+        auto item = std::make_shared<TestDeferring>();
+        const QFUnarchiver::SkippedValue skipped = coder.skipObject();
+        item->after = coder.decodeObject().toString();
+        coder.decodeArrayElements(skipped, [&item](QVariant &&element) { item->list.append(element); });
+        item->readPastOwnValues = coder.decodeObject();
+        return item;
+    }
+};
+
 QByteArray header()
 {
     return QByteArray("QFAR\x01", 5);
@@ -130,6 +157,11 @@ private slots:
     void rejectsMalformedData();
     void rejectsEveryCutInsideAValue();
     void largeArchiveRoundTrips();
+    void skippedValueReadsLater_data();
+    void skippedValueReadsLater();
+    void skippingInsideAnObject();
+    void deferredReadingRejectsMalformedData_data();
+    void deferredReadingRejectsMalformedData();
 };
 
 void tst_QFArchiver::initTestCase()
@@ -137,6 +169,7 @@ void tst_QFArchiver::initTestCase()
     auto &registry = QFClassRegistry::instance();
     registry.registerSequential(QStringLiteral("TestSeqItem"), &TestItem::decode);
     registry.registerSequential(QStringLiteral("TestSeqShelf"), &TestShelf::decode);
+    registry.registerSequential(QStringLiteral("TestSeqDeferring"), &TestDeferring::decode);
 }
 
 void tst_QFArchiver::roundTripsValue_data()
@@ -357,6 +390,141 @@ void tst_QFArchiver::largeArchiveRoundTrips()
     QCOMPARE(read.size(), posts.size());
     QCOMPARE(read.last().toMap().value(QStringLiteral("title")), QVariant(QStringLiteral("Post 99999")));
     QCOMPARE(read.last().toMap().value(QStringLiteral("date")).toDateTime(), date.addSecs(99999));
+}
+
+void tst_QFArchiver::skippedValueReadsLater_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<bool>("isArray");
+
+    const QVariant shelf = QVariant::fromValue(QFCodingPtr(sampleShelf()));
+    QTest::newRow("array of dictionaries and objects")
+        << QVariant(QVariantList {QVariantMap {{QStringLiteral("title"), QStringLiteral("First")}}, shelf,
+                                  QVariantList {1, 2}, QVariant()})
+        << true;
+    QTest::newRow("empty array") << QVariant(QVariantList()) << true;
+    QTest::newRow("map") << QVariant(QVariantMap {{QStringLiteral("k"), shelf}}) << false;
+    QTest::newRow("text") << QVariant(QStringLiteral("not a list")) << false;
+    QTest::newRow("nil") << QVariant() << false;
+}
+
+void tst_QFArchiver::skippedValueReadsLater()
+{
+    QFETCH(QVariant, value);
+    QFETCH(bool, isArray);
+
+    const QByteArray data = archiveOf({QStringLiteral("before"), value, QStringLiteral("after")});
+    QFUnarchiver eager(data);
+    eager.decodeObject();
+    const QVariant expected = eager.decodeObject();
+
+    QFUnarchiver unarchiver(data);
+    QCOMPARE(unarchiver.decodeObject(), QVariant(QStringLiteral("before")));
+    const QFUnarchiver::SkippedValue skipped = unarchiver.skipObject();
+    QCOMPARE(unarchiver.decodeObject(), QVariant(QStringLiteral("after")));
+    QVERIFY(unarchiver.atEnd());
+
+    QVariantList elements;
+    const bool answered = unarchiver.decodeArrayElements(skipped, [&elements](QVariant &&element) {
+        elements.append(element);
+    });
+    QCOMPARE(answered, isArray);
+    if (!isArray) {
+        QVERIFY(elements.isEmpty());
+        return;
+    }
+    const QVariantList expectedElements = expected.toList();
+    QCOMPARE(elements.size(), expectedElements.size());
+    for (qsizetype i = 0; i < elements.size(); ++i) {
+        const QFCodingPtr object = QFCodingSupport::objectFromVariant(elements.at(i));
+        if (object) {
+            const auto shelf = std::dynamic_pointer_cast<TestShelf>(object);
+            QVERIFY(shelf);
+            QCOMPARE(shelf->name, sampleShelf()->name);
+            QCOMPARE(shelf->items.size(), 2);
+            QCOMPARE(shelf->items.at(1)->title, sampleShelf()->items.at(1)->title);
+        } else {
+            QCOMPARE(elements.at(i), expectedElements.at(i));
+        }
+    }
+
+    // Past the end there is nothing to skip, and nothing to read from it.
+    const QFUnarchiver::SkippedValue nothing = unarchiver.skipObject();
+    QVERIFY(!unarchiver.decodeArrayElements(nothing, [](QVariant &&) { QFAIL("nil has no elements"); }));
+}
+
+void tst_QFArchiver::skippingInsideAnObject()
+{
+    // An object's factory reads values already decoded; skipping them must
+    // behave the same, and still stop at the object's own values.
+    TestDeferring written;
+    written.list = {QStringLiteral("one"), 2, QVariantMap {{QStringLiteral("three"), 3}}};
+    written.after = QStringLiteral("after the list");
+    QFArchiver archiver;
+    archiver.encodeObject(written);
+    archiver.encodeObject(QStringLiteral("next value"));
+
+    QFUnarchiver unarchiver(archiver.data());
+    const auto read = QFCodingSupport::objectOfClass<TestDeferring>(unarchiver.decodeObject());
+    QVERIFY(read);
+    QCOMPARE(read->after, written.after);
+    QCOMPARE(read->list, written.list);
+    QVERIFY(read->readPastOwnValues.isNull());
+    QCOMPARE(unarchiver.decodeObject(), QVariant(QStringLiteral("next value")));
+}
+
+void tst_QFArchiver::deferredReadingRejectsMalformedData_data()
+{
+    QTest::addColumn<QByteArray>("data");
+    QTest::addColumn<bool>("failsOnSkipping");
+    QTest::addColumn<QString>("name");
+
+    const QString malformed = QStringLiteral("Malformed Archive");
+    const QByteArray mystery("\xd9\x51\x46\xa2\x66$class\x67Mystery\x67$values\x80", 28);
+    const QByteArray list = archiveOf({QVariant(QVariantList {QStringLiteral("a"), QStringLiteral("b")})});
+    QTest::newRow("array cut short") << list.left(list.size() - 1) << true << malformed;
+    QTest::newRow("array longer than the data") << header() + QByteArray("\x9a\xff\xff\xff\xf0\xf6", 6) << true
+                                                << malformed;
+    QTest::newRow("unknown class in an element") << header() + QByteArray("\x82\xf6", 2) + mystery << false
+                                                 << QStringLiteral("Unknown Class");
+    QTest::newRow("unknown class in a map that is no array")
+        << header() + QByteArray("\xa1\x61k", 3) + mystery << false << QStringLiteral("Unknown Class");
+    QTest::newRow("date holding a string in an element") << header() + QByteArray("\x81\xc1\x61x", 4) << false
+                                                         << malformed;
+    QTest::newRow("nesting too deep in an element")
+        << header() + QByteArray("\x81", 1) + QByteArray(600, '\x81') + QByteArray("\xf6", 1) << true << malformed;
+}
+
+void tst_QFArchiver::deferredReadingRejectsMalformedData()
+{
+    QFETCH(QByteArray, data);
+    QFETCH(bool, failsOnSkipping);
+    QFETCH(QString, name);
+
+    // The reason reading it at once gives, offset included, is the one
+    // reading it later gives.
+    QString eagerReason;
+    try {
+        decodeAll(data);
+        QFAIL("malformed data was accepted");
+    } catch (const QFException &e) {
+        QCOMPARE(e.name(), name);
+        eagerReason = e.reason();
+    }
+
+    QFUnarchiver unarchiver(data);
+    bool skipped = false;
+    try {
+        const QFUnarchiver::SkippedValue value = unarchiver.skipObject();
+        skipped = true;
+        unarchiver.decodeArrayElements(value, [](QVariant &&) {});
+        QFAIL("malformed data was accepted");
+    } catch (const QFException &e) {
+        QCOMPARE(skipped, !failsOnSkipping);
+        QCOMPARE(e.name(), name);
+        if (!failsOnSkipping)
+            QCOMPARE(e.reason(), eagerReason);
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_QFArchiver)
