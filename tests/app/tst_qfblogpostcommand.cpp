@@ -1,3 +1,5 @@
+#include "quillfenrun.h"
+
 // quillfen post add --jsonl, run as a user runs it.
 #include <QFile>
 #include <QJsonArray>
@@ -7,16 +9,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-namespace {
-
-struct Run
-{
-    int code = -1;
-    QString out;
-    QString err;
-};
-
-} // namespace
+using Run = QuillfenRun;
 
 class tst_QFBlogPostCommand : public QObject
 {
@@ -41,23 +34,7 @@ private:
 
 Run tst_QFBlogPostCommand::quillfen(const QStringList &arguments, const QByteArray &input) const
 {
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("QUILLFEN_PLUGIN_PATH"), QStringLiteral(QF_PLUGINS_PATH));
-    environment.insert(QStringLiteral("HOME"), m_dir->path());
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_dir->filePath(QStringLiteral("config")));
-    process.setProcessEnvironment(environment);
-    process.setWorkingDirectory(m_dir->path());
-    process.start(QStringLiteral(QF_QUILLFEN_PATH), arguments);
-    process.write(input);
-    process.closeWriteChannel();
-    Run run;
-    if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit)
-        return run;
-    run.code = process.exitCode();
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
+    return runQuillfen(arguments, m_dir->path(), input);
 }
 
 QString tst_QFBlogPostCommand::writeFile(const QString &name, const QByteArray &bytes) const

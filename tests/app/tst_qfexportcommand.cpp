@@ -1,3 +1,5 @@
+#include "quillfenrun.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -5,16 +7,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-namespace {
-
-struct Run
-{
-    int code = -1;
-    QString out;
-    QString err;
-};
-
-} // namespace
+using Run = QuillfenRun;
 
 // `quillfen export`, run as a user runs it.
 class tst_QFExportCommand : public QObject
@@ -40,21 +33,7 @@ Run tst_QFExportCommand::quillfen(QStringList arguments) const
         argument.replace(QLatin1String("SITE"), m_site);
         argument.replace(QLatin1String("DIR"), m_dir->path());
     }
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("QUILLFEN_PLUGIN_PATH"), QStringLiteral(QF_PLUGINS_PATH));
-    environment.insert(QStringLiteral("HOME"), m_dir->path());
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_dir->filePath(QStringLiteral("config")));
-    process.setProcessEnvironment(environment);
-    process.setWorkingDirectory(m_dir->path());
-    process.start(QStringLiteral(QF_QUILLFEN_PATH), arguments);
-    Run run;
-    if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit)
-        return run;
-    run.code = process.exitCode();
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
+    return runQuillfen(arguments, m_dir->path());
 }
 
 void tst_QFExportCommand::init()

@@ -1,3 +1,5 @@
+#include "quillfenrun.h"
+
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -6,16 +8,7 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-namespace {
-
-struct Run
-{
-    int code = -1;
-    QString out;
-    QString err;
-};
-
-} // namespace
+using Run = QuillfenRun;
 
 class tst_Quillfen : public QObject
 {
@@ -44,21 +37,7 @@ Run tst_Quillfen::quillfen(QStringList arguments) const
 {
     for (QString &argument : arguments)
         argument.replace(QLatin1String("SITE"), m_site);
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("QUILLFEN_PLUGIN_PATH"), QStringLiteral(QF_PLUGINS_PATH));
-    environment.insert(QStringLiteral("HOME"), m_dir->path()); // user defaults stay in the test folder
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_dir->filePath(QStringLiteral("config")));
-    process.setProcessEnvironment(environment);
-    process.setWorkingDirectory(m_dir->path());
-    process.start(QStringLiteral(QF_QUILLFEN_PATH), arguments);
-    Run run;
-    if (!process.waitForFinished(120000) || process.exitStatus() != QProcess::NormalExit)
-        return run;
-    run.code = process.exitCode();
-    run.out = QString::fromUtf8(process.readAllStandardOutput());
-    run.err = QString::fromUtf8(process.readAllStandardError());
-    return run;
+    return runQuillfen(arguments, m_dir->path());
 }
 
 QJsonArray tst_Quillfen::postsJson() const
