@@ -1,0 +1,90 @@
+#include "blog/import/qfmovabletypeexporttext.h"
+
+#include <QtTest>
+
+class tst_QFMovableTypeExportText : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void filesTheReaderCannotTakeAreToldApart_data();
+    void filesTheReaderCannotTakeAreToldApart();
+    void conversion_data();
+    void conversion();
+};
+
+void tst_QFMovableTypeExportText::filesTheReaderCannotTakeAreToldApart_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<bool>("validUtf8");
+    QTest::addColumn<bool>("byteOrderMark");
+    QTest::addColumn<bool>("carriageReturns");
+
+    QTest::newRow("plain UTF-8") << QByteArray("TITLE: Caf\xC3\xA9\n") << true << false << false;
+    QTest::newRow("Windows-1252 accent") << QByteArray("TITLE: Caf\xE9\n") << false << false << false;
+    QTest::newRow("cut-off UTF-8 sequence") << QByteArray("TITLE: \xE2\x82") << false << false << false;
+    QTest::newRow("byte order mark") << QByteArray("\xEF\xBB\xBFTITLE: a\n") << true << true << false;
+    QTest::newRow("CR LF") << QByteArray("TITLE: a\r\n") << true << false << true;
+    QTest::newRow("old Mac CR") << QByteArray("TITLE: a\rSTATUS: Draft\r") << true << false << true;
+    QTest::newRow("empty") << QByteArray() << true << false << false;
+}
+
+void tst_QFMovableTypeExportText::filesTheReaderCannotTakeAreToldApart()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(bool, validUtf8);
+    QFETCH(bool, byteOrderMark);
+    QFETCH(bool, carriageReturns);
+
+    const QFMovableTypeExportText::Inspection inspection = QFMovableTypeExportText::inspect(bytes);
+    QCOMPARE(inspection.validUtf8, validUtf8);
+    QCOMPARE(inspection.byteOrderMark, byteOrderMark);
+    QCOMPARE(inspection.carriageReturns, carriageReturns);
+    QCOMPARE(QFMovableTypeExportText::decodeUtf8(bytes).has_value(), validUtf8);
+}
+
+void tst_QFMovableTypeExportText::conversion_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("byteOrderMarkRemoved");
+    QTest::addColumn<bool>("fromWindows1252");
+    QTest::addColumn<bool>("lineEndsNormalised");
+
+    QTest::newRow("UTF-8 unchanged") << QByteArray("TITLE: Caf\xC3\xA9\n") << QStringLiteral("TITLE: Caf\u00e9\n")
+                                     << false << false << false;
+    QTest::newRow("Windows-1252 Latin letters") << QByteArray("Caf\xE9 \xFC\n") << QStringLiteral("Caf\u00e9 \u00fc\n")
+                                                << false << true << false;
+    QTest::newRow("Windows-1252 punctuation")
+        << QByteArray("\x93quoted\x94 \x96 \x80 \x85 \x99") << QStringLiteral("\u201cquoted\u201d \u2013 \u20ac \u2026 \u2122")
+        << false << true << false;
+    QTest::newRow("Windows-1252 undefined bytes") << QByteArray("\x81\x8D\x8F\x90\x9D")
+                                                  << QStringLiteral("\u0081\u008d\u008f\u0090\u009d") << false << true
+                                                  << false;
+    QTest::newRow("byte order mark dropped") << QByteArray("\xEF\xBB\xBFTITLE: a\n") << QStringLiteral("TITLE: a\n")
+                                             << true << false << false;
+    QTest::newRow("byte order mark before Windows-1252") << QByteArray("\xEF\xBB\xBF\xE9") << QStringLiteral("\u00e9")
+                                                         << true << true << false;
+    QTest::newRow("CR LF and CR become LF") << QByteArray("a\r\nb\rc\n\r\n") << QStringLiteral("a\nb\nc\n\n") << false
+                                            << false << true;
+    QTest::newRow("everything at once") << QByteArray("\xEF\xBB\xBF\xE9\r\n") << QStringLiteral("\u00e9\n") << true
+                                        << true << true;
+}
+
+void tst_QFMovableTypeExportText::conversion()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, text);
+    QFETCH(bool, byteOrderMarkRemoved);
+    QFETCH(bool, fromWindows1252);
+    QFETCH(bool, lineEndsNormalised);
+
+    const QFMovableTypeExportText::Conversion conversion = QFMovableTypeExportText::convert(bytes);
+    QCOMPARE(conversion.text, text);
+    QCOMPARE(conversion.byteOrderMarkRemoved, byteOrderMarkRemoved);
+    QCOMPARE(conversion.fromWindows1252, fromWindows1252);
+    QCOMPARE(conversion.lineEndsNormalised, lineEndsNormalised);
+}
+
+QTEST_GUILESS_MAIN(tst_QFMovableTypeExportText)
+#include "tst_qfmovabletypeexporttext.moc"
