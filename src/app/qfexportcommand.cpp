@@ -77,10 +77,18 @@ int QFExportCommand::run(const QStringList &arguments, QFCommandContext &context
     const QString output = parsed.positional().at(1);
     const std::unique_ptr<QFSiteDocument> document = context.openDocument(site);
 
-    QFSiteExporter exporter(*document, &context.registry());
     QFSiteExporter::Options options;
     options.preview = parsed.isSet(QStringLiteral("preview"));
     options.contentOnlySubpages = parsed.isSet(QStringLiteral("content-only"));
+    exportDocument(*document, output, options, context);
+    return 0;
+}
+
+QFSiteExporter::Summary QFExportCommand::exportDocument(QFSiteDocument &document, const QString &output,
+                                                        const QFSiteExporter::Options &options,
+                                                        QFCommandContext &context)
+{
+    QFSiteExporter exporter(document, &context.registry());
     exporter.setOptions(options);
 
     QFSiteExporter::Summary summary;
@@ -103,5 +111,5 @@ int QFExportCommand::run(const QStringList &arguments, QFCommandContext &context
                   << (summary.files == 1 ? " file, " : " files, ") << summary.bytes << " bytes in "
                   << QString::number(summary.seconds, 'f', 2) << " s to "
                   << quoted(QDir::cleanPath(QDir(output).absolutePath())) << ".\n";
-    return 0;
+    return summary;
 }
