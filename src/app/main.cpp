@@ -3,13 +3,15 @@
 // Exit codes: 0 ok, 1 the command failed, 2 the command was used wrongly.
 // Errors go to stderr and name the file or service and the problem.
 //
-// The host's own commands (new, info, site, export, serve, links) are in the
-// table below, export, serve and links in files of their own; the commands of
-// page plugins (the blog's post, category, search, get, set) come from the
-// plugins folder: "../plugins" beside this executable, or the folder named by
-// QUILLFEN_PLUGIN_PATH.
+// The host's own commands (new, info, site, export, serve, links, publish,
+// page) are in the table below, export, serve, links, publish and page in files
+// of their own; the commands of page plugins (the blog's post, category,
+// search, get, set, ping) come from the plugins folder: "../plugins" beside
+// this executable, or the folder named by QUILLFEN_PLUGIN_PATH.
 #include "qfexportcommand.h"
 #include "qflinkscommand.h"
+#include "qfpagecommand.h"
+#include "qfpublishcommand.h"
 #include "qfservecommand.h"
 #include "qfkit/document/qfcommandarguments.h"
 #include "qfkit/document/qfcommandcontext.h"
@@ -201,6 +203,10 @@ const Command hostCommands[] = {
      QFServeCommand::run},
     {QFLinksCommand::name, QFLinksCommand::synopsis, QFLinksCommand::summary, QFLinksCommand::help(),
      QFLinksCommand::run},
+    {QFPageCommand::name, QFPageCommand::synopsis, QFPageCommand::summary, QFPageCommand::help(),
+     QFPageCommand::run},
+    {QFPublishCommand::name, QFPublishCommand::synopsis, QFPublishCommand::summary, QFPublishCommand::help(),
+     QFPublishCommand::run},
 };
 
 // A synopsis too long for its column gets its summary on the next line.

@@ -2,6 +2,8 @@
 
 #include "blog/commands/qfblogcategorycommand.h"
 #include "blog/commands/qfbloggetcommand.h"
+#include "blog/commands/qfblogimportmtcommand.h"
+#include "blog/commands/qfblogpingcommand.h"
 #include "blog/commands/qfblogpostcommand.h"
 #include "blog/commands/qfblogsearchcommand.h"
 #include "blog/commands/qfblogsetcommand.h"
@@ -13,5 +15,7 @@ QList<QFPluginCommand *> QFBlogCommands::all()
     static QFBlogPostCommand post;
     static QFBlogCategoryCommand category;
     static QFBlogSearchCommand search;
-    return {&get, &set, &post, &category, &search};
+    static QFBlogImportMTCommand importMT;
+    static QFBlogPingCommand ping;
+    return {&get, &set, &post, &category, &search, &importMT, &ping};
 }

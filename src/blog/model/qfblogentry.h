@@ -11,6 +11,7 @@
 #include <QByteArray>
 #include <QDateTime>
 #include <QList>
+#include <QMap>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -266,6 +267,32 @@ public:
     void encodeWithKeyedCoder(QFKeyedArchiver &coder) const override;
     // Registers both readers of "QFBlogEntry"; idempotent.
     static void registerCodingClass();
+
+    // --- page exchange (qfblogentrysandwich.cpp; keys in docs/FORMATS.md,
+    // "Blog page package")
+
+    // The post's page-exchange dictionary ("Title", "Posted", "ID" …).
+    // Makes the GUID when there is none yet.
+    QVariantMap sandwichDictionary() const;
+    // The post's files, each written to a new temporary file: file name
+    // ("Body.as", "Summary.as", "ITunesImage.data") -> path. The caller owns
+    // the files and removes them. A missing body or summary is logged and
+    // left out, an empty iTunes image left out. A body or summary that cannot
+    // be written raises QFException("Temporary File Error") naming the post
+    // and the path, after removing the files already written; an image that
+    // cannot be written is shown in an error alert and its path kept.
+    QMap<QString, QString> sandwichFiles() const;
+    // A new post of the plugin from its page-exchange dictionary and its
+    // files (each may be nothing). A body or summary file that is named but
+    // cannot be read as styled text is reported in an alert
+    // ("CouldNotReadBlogEntryTitle") and gives an empty text, as does a
+    // missing one (without alert). Null, with the type line logged, when a
+    // key holds a value of the wrong type.
+    static QFBlogEntryPtr createWithSandwichDictionary(const QVariantMap &dictionary,
+                                                       const std::optional<QString> &bodyFilename,
+                                                       const std::optional<QString> &summaryFilename,
+                                                       QFBlogPlugin *blogPlugin,
+                                                       const std::optional<QString> &iTunesImageFilename);
 
 signals:
     void titleChanged();

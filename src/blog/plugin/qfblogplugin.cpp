@@ -6,7 +6,9 @@
 #include "blog/generation/qfblogplugincodegeneration.h"
 #include "blog/generation/qfblogplugininternallinks.h"
 #include "blog/generation/qfblogpluginpermalinks.h"
+#include "blog/generation/qfblogpluginping.h"
 #include "blog/generation/qfblogpluginrss.h"
+#include "blog/generation/qfblogpluginsandwich.h"
 #include "blog/generation/qfblogplugintagsemission.h"
 #include "blog/model/qfblogmodel.h"
 #include "blog/model/qfblognotifier.h"
@@ -120,6 +122,7 @@ bool QFBlogPlugin::initializeClass(const QFBundle &bundle)
         state.bundleSet = true;
     }
     QFBlogModel::registerCodingClasses();
+    QFBlogPluginSandwich::registerSandwichFactory();
     const QVariantMap rss = bundle.propertyListResource(QStringLiteral("rss")).toMap();
     QMutexLocker locker(&state.mutex);
     state.rssStrings = rss;
@@ -206,15 +209,7 @@ QString QFBlogPlugin::placeholderSiteURL()
 
 QVariantList QFBlogPlugin::defaultPingSettings()
 {
-    QVariantList settings;
-    settings.reserve(2);
-    settings.append(QVariantMap{{QStringLiteral("name"), QStringLiteral("technorati.com")},
-                                {QStringLiteral("url"), QStringLiteral("http://rpc.technorati.com/rpc/ping")},
-                                {QStringLiteral("rpc"), 1}});
-    settings.append(QVariantMap{{QStringLiteral("name"), QStringLiteral("pingomatic.com")},
-                                {QStringLiteral("url"), QStringLiteral("http://rpc.pingomatic.com/")},
-                                {QStringLiteral("rpc"), 1}});
-    return settings;
+    return QFBlogPluginPing::defaultPingSettings();
 }
 
 std::optional<QString> QFBlogPlugin::identifierForCommentsProviderTag(int tag)
@@ -258,6 +253,8 @@ QFBlogPlugin::QFBlogPlugin(QObject *parent)
     , m_categories(std::make_unique<QFBlogPluginCategories>(*this))
     , m_tagsEmission(std::make_unique<QFBlogPluginTagsEmission>(*this))
     , m_indexes(std::make_unique<QFBlogPluginIndexes>(*this))
+    , m_sandwich(std::make_unique<QFBlogPluginSandwich>(*this))
+    , m_ping(std::make_unique<QFBlogPluginPing>(*this))
     , m_blogEntryArrayController(std::make_unique<QFBlogEntryArrayController>(*this))
 {
     pluginIsInitialisingFlag = true;
@@ -470,6 +467,16 @@ QFBlogPluginRSS &QFBlogPlugin::rss() const
     return *m_rss;
 }
 
+QFBlogPluginPing &QFBlogPlugin::ping() const
+{
+    return *m_ping;
+}
+
+void QFBlogPlugin::postPublishActions()
+{
+    m_ping->postPublishActions();
+}
+
 QFBlogPluginCategories &QFBlogPlugin::categoriesGroup() const
 {
     return *m_categories;
@@ -483,6 +490,16 @@ QFBlogPluginTagsEmission &QFBlogPlugin::tagsEmission() const
 QFBlogPluginIndexes &QFBlogPlugin::indexes() const
 {
     return *m_indexes;
+}
+
+QFBlogPluginSandwich &QFBlogPlugin::sandwichGroup() const
+{
+    return *m_sandwich;
+}
+
+std::unique_ptr<CVSandwich> QFBlogPlugin::sandwich()
+{
+    return m_sandwich->sandwich();
 }
 
 QFBlogEntryArrayController &QFBlogPlugin::blogEntryArrayController() const

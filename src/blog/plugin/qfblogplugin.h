@@ -10,6 +10,7 @@
 #include "blog/plugin/qfbloguseridentity.h"
 #include "qfkit/document/qfexportitem.h"
 #include "qfkit/document/qftextviewpluginclient.h"
+#include "qfkit/sandwich/cvsandwichmaking.h"
 
 #include <QByteArray>
 #include <QDateTime>
@@ -32,7 +33,9 @@ class QFBlogPluginCategories;
 class QFBlogPluginCodeGeneration;
 class QFBlogPluginInternalLinks;
 class QFBlogPluginPermalinks;
+class QFBlogPluginPing;
 class QFBlogPluginRSS;
+class QFBlogPluginSandwich;
 class QFBlogPluginTagsEmission;
 class QFBlogPluginIndexes;
 class QFUnarchiver;
@@ -69,7 +72,7 @@ class QFUserDefaults;
 // sidebarHTML() and extraFilesNeededInExportFolder() may run on one export
 // thread while the main thread leaves the blog alone; cancelExport() may be
 // called from any thread.
-class QFBlogPlugin final : public QFTextViewPluginClient
+class QFBlogPlugin final : public QFTextViewPluginClient, public CVSandwichMaking
 {
     Q_OBJECT
 
@@ -306,6 +309,9 @@ public:
     // change in between; the output is the same as without a session.
     void siteExportWillBegin() override;
     void siteExportDidEnd() override;
+    // After a publish: pings the blog's services when enablePing is on
+    // (QFBlogPluginPing::postPublishActions), on the calling thread.
+    void postPublishActions() override;
     // The export driver: the content-only sub-pages of this export followed
     // by every file in the scratch folder. Empty for a blog without posts and
     // when the export was cancelled. Raises QFException "Invalid RSS" or
@@ -517,6 +523,11 @@ public:
     QFBlogPluginCategories &categoriesGroup() const;
     QFBlogPluginTagsEmission &tagsEmission() const;
     QFBlogPluginIndexes &indexes() const;
+    // The page exchange; sandwich() is its package of this blog.
+    QFBlogPluginSandwich &sandwichGroup() const;
+    std::unique_ptr<CVSandwich> sandwich() override;
+    // Pings of weblog directories, and the transport they use.
+    QFBlogPluginPing &ping() const;
     // The entry list; owned by the plugin.
     QFBlogEntryArrayController &blogEntryArrayController() const;
 
@@ -713,6 +724,8 @@ private:
 
     // Undo commands replay additions and removals without recording again.
     friend class QFBlogEntriesCommand;
+    // Packing and rebuilding a blog reads and fills every field at once.
+    friend class QFBlogPluginSandwich;
     QList<QFBlogEntryPtr> doAddEntries(const QList<QFBlogEntryPtr> &entries, bool registerUndo);
     void doRemoveEntries(const QList<QFBlogEntryPtr> &entries, bool registerUndo);
     bool hasSingleSelection() const;
@@ -727,6 +740,8 @@ private:
     std::unique_ptr<QFBlogPluginCategories> m_categories;
     std::unique_ptr<QFBlogPluginTagsEmission> m_tagsEmission;
     std::unique_ptr<QFBlogPluginIndexes> m_indexes;
+    std::unique_ptr<QFBlogPluginSandwich> m_sandwich;
+    std::unique_ptr<QFBlogPluginPing> m_ping;
     std::unique_ptr<QFBlogEntryArrayController> m_blogEntryArrayController;
     // What a site export session keeps (siteExportWillBegin()); null outside
     // one. Declared after the groups it refers to.

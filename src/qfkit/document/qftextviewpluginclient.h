@@ -2,6 +2,7 @@
 
 #include "qfkit/document/qfexportitem.h"
 #include "qfkit/document/qfsitelayout.h"
+#include "qfkit/sandwich/cvsandwich.h"
 #include "qfkit/text/qfhtmlexporter.h"
 
 #include <QDateTime>
@@ -102,6 +103,11 @@ public:
     // An extension the page's files must have instead of the site's ("php").
     virtual std::optional<QString> overrideFileExtension() const { return std::nullopt; }
 
+    // The page as a page-exchange package (see CVSandwichMaking), owned by
+    // the caller; null when this kind of page cannot be exported that way,
+    // which the base answers. Main thread. May raise QFException.
+    virtual std::unique_ptr<CVSandwich> sandwich() { return nullptr; }
+
     // The href of one of the page's sub-pages (a permalink page, a podcast
     // file …) named by the sub-page ID of an internal link, as written into a
     // file at that depth correction (0: the page's main file, so the files
@@ -130,6 +136,13 @@ public:
     // base does nothing. The exporting thread; must not throw.
     virtual void siteExportWillBegin() {}
     virtual void siteExportDidEnd() {}
+
+    // Called by the host after the site was published (exported for the
+    // web), once per page, on the main thread: the place for what a page
+    // tells the world afterwards (the blog pings weblog directories). It
+    // reports its own problems (alerts) and must not throw. The base does
+    // nothing.
+    virtual void postPublishActions() {}
 
     // Progress of a running export in units of the plugin's choosing (posts,
     // pages): emits exportProgress(). Any thread.
