@@ -203,9 +203,7 @@ QList<QFExportItem> QFBlogPluginPermalinks::emitPermalinkEntriesWithFilesDirecto
             // the scratch folder whatever it says.
             const QString leaf = QFileInfo(fileName).fileName();
             if (!scratch.isEmpty() && !leaf.isEmpty() && leaf != QLatin1String(".") && leaf != QLatin1String("..")) {
-                QFile file(scratch + QLatin1Char('/') + leaf);
-                if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-                    file.write(page.toUtf8());
+                m_plugin.writeExportFile(scratch + QLatin1Char('/') + leaf, page);
             }
         }
         m_plugin.exportUnitDone();

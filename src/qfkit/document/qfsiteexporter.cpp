@@ -7,6 +7,7 @@
 #include "qfsitetheme.h"
 #include "qftextviewpluginclient.h"
 #include "qfkit/support/qfexception.h"
+#include "qfkit/support/qffilewritequeue.h"
 #include "qfkit/support/qflog.h"
 
 #include <QDir>
@@ -73,11 +74,14 @@ public:
 
     ~Run()
     {
+        // Nothing may still be writing into the folders removed below.
+        m_writes.waitUntilWritten();
         for (QFTextViewPluginClient *plugin : std::as_const(m_sessionPlugins))
             plugin->siteExportDidEnd();
         for (QFTextViewPluginClient *plugin : std::as_const(m_touchedPlugins)) {
             plugin->setExportContext(nullptr);
             plugin->setScratchRoot(QString());
+            plugin->setFileWriteQueue(nullptr);
         }
         m_exporter.m_currentPlugin = nullptr;
         if (!m_scratch.isEmpty())
@@ -120,6 +124,7 @@ public:
             report();
         }
         writeFile(m_staging + QLatin1Char('/') + QFSiteLayout::styleSheetFileName(), theme().styleSheet());
+        drainWrites();
         commit();
         m_summary.seconds = double(timer.nsecsElapsed()) / 1e9;
         return m_summary;
@@ -192,15 +197,22 @@ private:
         return m_output + stagingPath.mid(m_staging.size());
     }
 
+    // Queued: a failure is raised by the next drainWrites().
     void writeFile(const QString &path, const QByteArray &bytes)
     {
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size()
-            || !file.flush()) {
-            fail(QStringLiteral("Cannot write %1: %2.").arg(quoted(outputPath(path)), file.errorString()));
-        }
+        m_writes.write(path, bytes);
         ++m_summary.files;
         m_summary.bytes += bytes.size();
+    }
+
+    void drainWrites()
+    {
+        const std::optional<QFFileWriteQueue::Failure> failure = m_writes.waitUntilWritten();
+        if (!failure)
+            return;
+        const QString where = failure->path.startsWith(m_staging + QLatin1Char('/')) ? outputPath(failure->path)
+                                                                                     : failure->path;
+        fail(QStringLiteral("Cannot write %1: %2.").arg(quoted(where), failure->reason));
     }
 
     // Moves files out of the plugin's scratch folder; anything else (bundle
@@ -247,6 +259,7 @@ private:
 
         m_touchedPlugins.insert(plugin);
         plugin->setScratchRoot(m_scratch);
+        plugin->setFileWriteQueue(&m_writes);
         plugin->setExportContext(std::make_shared<const QFPageExportContext>(m_layout, page.uniqueID, theme()));
         m_exporter.m_currentPlugin = plugin;
         const QMetaObject::Connection progress =
@@ -281,6 +294,8 @@ private:
         const QList<QFExportItem> items = plugin->extraFilesNeededInExportFolder(params);
         if (m_exporter.m_cancelled)
             return;
+        // The plugin's pages must be on disk before they are moved.
+        drainWrites();
 
         ensureFolder(pageFolder);
         writeFile(pageFolder + QLatin1Char('/') + page.fileName, context->placeContent(content, title, 0).toUtf8());
@@ -352,6 +367,7 @@ private:
     QSet<QString> m_sharedCopied;
     QFSiteExporter::Summary m_summary;
     QFSiteExporter::Progress m_progress;
+    QFFileWriteQueue m_writes;
 };
 
 QFSiteExporter::QFSiteExporter(QFSiteDocument &document, const QFPluginRegistry *registry)

@@ -4,9 +4,11 @@
 #include "qfpagelinkresolver.h"
 #include "qfsitedocument.h"
 #include "qfsitetheme.h"
+#include "qfkit/support/qffilewritequeue.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QMutexLocker>
 #include <QUuid>
@@ -105,6 +107,22 @@ QString QFTextViewPluginClient::scratchRoot() const
 {
     QMutexLocker locker(&m_scratchMutex);
     return m_scratchRoot.isEmpty() ? processScratchRoot() : m_scratchRoot;
+}
+
+void QFTextViewPluginClient::writeExportFile(const QString &path, const QString &text)
+{
+    if (m_fileWriteQueue) {
+        m_fileWriteQueue->write(path, text, QFFileWriteQueue::Failure::Ignore);
+        return;
+    }
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        file.write(text.toUtf8());
+}
+
+void QFTextViewPluginClient::setFileWriteQueue(QFFileWriteQueue *queue)
+{
+    m_fileWriteQueue = queue;
 }
 
 QList<QFExportItem> QFTextViewPluginClient::directoryContents(const QString &path) const

@@ -17,6 +17,7 @@
 #include <optional>
 
 class QFArchiver;
+class QFFileWriteQueue;
 class QFLinkResolver;
 class QFLinkStyleResolver;
 class QFPageExportContext;
@@ -147,6 +148,16 @@ public:
     void setScratchRoot(const QString &root);
     QString scratchRoot() const;
 
+    // Writes a generated page of the running export (into a scratch folder)
+    // as UTF-8. During a site export it goes through the exporter's write
+    // queue, so the plugin goes on while the file system catches up. A page
+    // that cannot be written is simply missing, as generated pages always
+    // have been (the exporter logs what it could not place).
+    void writeExportFile(const QString &path, const QString &text);
+    // Set by the site exporter around an export, on the exporting thread;
+    // null writes at once. Not owned.
+    void setFileWriteQueue(QFFileWriteQueue *queue);
+
     // The files directly inside the folder (not its sub-folders, not hidden
     // files), as file results with absolute paths, sorted by name so exports
     // are reproducible. Empty for a missing folder.
@@ -204,6 +215,7 @@ private:
     mutable QMutex m_scratchMutex;
     QSet<QString> m_scratchRoots;
     QString m_scratchRoot;
+    QFFileWriteQueue *m_fileWriteQueue = nullptr;
     mutable QMutex m_exportMutex;
     std::shared_ptr<const QFPageExportContext> m_exportContext;
     std::unique_ptr<QFPageLinkResolver> m_linkResolver;
