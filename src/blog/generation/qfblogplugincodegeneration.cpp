@@ -386,8 +386,16 @@ QString QFBlogPluginCodeGeneration::emitBlogEntryHTML(const QFBlogEntryPtr &entr
             .append(plugin.readMoreLinkName())
             .append(QStringLiteral("</a></span>"));
     }
-    if (plugin.tagsEnabled())
-        html.append(tagsText(entry, params, depthCorrection, links));
+    if (plugin.tagsEnabled()) {
+        if (links) {
+            auto found = links->tagLines.constFind(entry.get());
+            if (found == links->tagLines.cend())
+                found = links->tagLines.insert(entry.get(), tagsText(entry, params, depthCorrection, links));
+            html.append(*found);
+        } else {
+            html.append(tagsText(entry, params, depthCorrection, nullptr));
+        }
+    }
     appendComments(html, entry, title, permalink, pageTypeFlag, params);
     html.append(QStringLiteral("</div></div>"));
 
@@ -682,7 +690,7 @@ QFBlogPluginCodeGeneration::LinkMemo *QFBlogPluginCodeGeneration::linkMemo(const
             return memo.get();
         }
     }
-    m_linkMemos.push_back(std::make_unique<LinkMemo>(LinkMemo{params, depthCorrection, {}, {}}));
+    m_linkMemos.push_back(std::make_unique<LinkMemo>(LinkMemo{params, depthCorrection, {}, {}, {}}));
     return m_linkMemos.back().get();
 }
 

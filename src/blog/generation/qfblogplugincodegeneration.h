@@ -143,13 +143,15 @@ private:
     QString exportedText(const QFBlogEntryPtr &entry, bool summary, std::optional<QFStyledText> preloaded,
                          const QFHTMLExporter &exporter, int depthCorrection, const QVariantMap &params);
     // Anchors of tag and category links made for one depth and one set of
-    // export parameters, which is all they depend on besides their target.
+    // export parameters, which is all they depend on besides their target,
+    // and each post's tag line made of them.
     struct LinkMemo
     {
         QVariantMap params;
         int depthCorrection = 0;
         QHash<QString, QString> tags;
         QHash<int, QString> categories;
+        QHash<const QFBlogEntry *, QString> tagLines; // a post's whole tag line
     };
     // The export's memo for these parameters; null when the memo is off.
     LinkMemo *linkMemo(const QVariantMap &params, int depthCorrection);
