@@ -17,6 +17,7 @@
 #include <QScopeGuard>
 #include <QSet>
 #include <QTemporaryDir>
+#include <atomic>
 #include <memory>
 #include <sys/stat.h>
 
@@ -126,6 +127,8 @@ public:
         writeFile(m_staging + QLatin1Char('/') + QFSiteLayout::styleSheetFileName(), theme().styleSheet());
         drainWrites();
         commit();
+        m_summary.files += m_placedFiles.load();
+        m_summary.bytes += m_placedBytes.load();
         m_summary.seconds = double(timer.nsecsElapsed()) / 1e9;
         return m_summary;
     }
@@ -210,6 +213,8 @@ private:
         const std::optional<QFFileWriteQueue::Failure> failure = m_writes.waitUntilWritten();
         if (!failure)
             return;
+        if (failure->path.isEmpty())
+            fail(failure->reason);
         const QString where = failure->path.startsWith(m_staging + QLatin1Char('/')) ? outputPath(failure->path)
                                                                                      : failure->path;
         fail(QStringLiteral("Cannot write %1: %2.").arg(quoted(where), failure->reason));
@@ -217,27 +222,35 @@ private:
 
     // Moves files out of the plugin's scratch folder; anything else (bundle
     // resources, the user's own files) is copied. A hundred thousand files
-    // per export: one stat and one rename each.
+    // per export: one stat and one rename each, done on the writing thread
+    // in order with the writes, so a page the plugin just queued is there.
     void placeFile(const QString &source, const QString &folder)
     {
         const QString name = QFSiteLayout::cleanFileName(source);
-        const QByteArray from = QFile::encodeName(source);
-        struct stat status;
-        if (name.isEmpty() || ::stat(from.constData(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        if (name.isEmpty()) {
             qfLog(QStringLiteral("Export: skipped %1, which is not a file").arg(source));
             return;
         }
         ensureFolder(folder);
         const QString target = folder + QLatin1Char('/') + name;
         const bool scratch = source.startsWith(m_scratch + QLatin1Char('/'));
-        // rename() replaces a file of that name, as a later item should.
-        if (!scratch || ::rename(from.constData(), QFile::encodeName(target).constData()) != 0) {
-            QFile::remove(target);
-            if (!QFile::copy(source, target))
-                fail(QStringLiteral("Cannot write %1 (from %2).").arg(quoted(outputPath(target)), quoted(source)));
-        }
-        ++m_summary.files;
-        m_summary.bytes += status.st_size;
+        m_writes.perform([=, this]() -> std::optional<QString> {
+            const QByteArray from = QFile::encodeName(source);
+            struct stat status;
+            if (::stat(from.constData(), &status) != 0 || !S_ISREG(status.st_mode)) {
+                qfLog(QStringLiteral("Export: skipped %1, which is not a file").arg(source));
+                return std::nullopt;
+            }
+            // rename() replaces a file of that name, as a later item should.
+            if (!scratch || ::rename(from.constData(), QFile::encodeName(target).constData()) != 0) {
+                QFile::remove(target);
+                if (!QFile::copy(source, target))
+                    return QStringLiteral("Cannot write %1 (from %2).").arg(quoted(outputPath(target)), quoted(source));
+            }
+            m_placedFiles.fetch_add(1, std::memory_order_relaxed);
+            m_placedBytes.fetch_add(status.st_size, std::memory_order_relaxed);
+            return std::nullopt;
+        });
     }
 
     void exportPage(const QFSiteLayout::Page &page)
@@ -294,8 +307,6 @@ private:
         const QList<QFExportItem> items = plugin->extraFilesNeededInExportFolder(params);
         if (m_exporter.m_cancelled)
             return;
-        // The plugin's pages must be on disk before they are moved.
-        drainWrites();
 
         ensureFolder(pageFolder);
         writeFile(pageFolder + QLatin1Char('/') + page.fileName, context->placeContent(content, title, 0).toUtf8());
@@ -367,6 +378,9 @@ private:
     QSet<QString> m_sharedCopied;
     QFSiteExporter::Summary m_summary;
     QFSiteExporter::Progress m_progress;
+    // Counted on the writing thread.
+    std::atomic<qint64> m_placedFiles = 0;
+    std::atomic<qint64> m_placedBytes = 0;
     QFFileWriteQueue m_writes;
 };
 

@@ -130,6 +130,10 @@ QList<QFExportItem> QFTextViewPluginClient::directoryContents(const QString &pat
     QList<QFExportItem> items;
     if (path.isEmpty())
         return items;
+    // Pages still in the export's write queue must be on disk to be listed;
+    // a failure there is the exporter's to report.
+    if (m_fileWriteQueue)
+        m_fileWriteQueue->waitUntilWritten();
     const QFileInfoList entries = QDir(path).entryInfoList(QDir::Files | QDir::NoDotAndDotDot, QDir::Name);
     items.reserve(entries.size());
     for (const QFileInfo &entry : entries)

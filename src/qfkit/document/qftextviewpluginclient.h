@@ -160,7 +160,8 @@ public:
 
     // The files directly inside the folder (not its sub-folders, not hidden
     // files), as file results with absolute paths, sorted by name so exports
-    // are reproducible. Empty for a missing folder.
+    // are reproducible; pages queued with writeExportFile() included. Empty
+    // for a missing folder.
     QList<QFExportItem> directoryContents(const QString &path) const;
 
     // Wraps HTML as a content-only sub-page result named `name`.

@@ -39,6 +39,13 @@ void QFFileWriteQueue::write(const QString &path, const QByteArray &bytes, Failu
     enqueue(std::move(job));
 }
 
+void QFFileWriteQueue::perform(std::function<std::optional<QString>()> task)
+{
+    Job job;
+    job.task = std::move(task);
+    enqueue(std::move(job));
+}
+
 void QFFileWriteQueue::enqueue(Job &&job)
 {
     std::unique_lock lock(m_mutex);
@@ -75,7 +82,10 @@ void QFFileWriteQueue::run()
         lock.unlock();
 
         std::optional<Failure> failure;
-        if (!skip) {
+        if (!skip && job.task) {
+            if (const std::optional<QString> reason = job.task())
+                failure = Failure{QString(), *reason};
+        } else if (!skip) {
             const QByteArray bytes = job.isText ? job.text.toUtf8() : job.bytes;
             QFile file(job.path);
             if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size()

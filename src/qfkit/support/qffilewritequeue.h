@@ -4,6 +4,7 @@
 #include <QString>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <thread>
@@ -27,7 +28,7 @@ public:
     struct Failure
     {
         enum Handling { Report, Ignore };
-        QString path;
+        QString path; // empty for a task's failure, whose reason says it all
         QString reason;
     };
 
@@ -38,6 +39,11 @@ public:
     // Creates or truncates the file at `path`.
     void write(const QString &path, const QString &text, Failure::Handling handling = Failure::Report);
     void write(const QString &path, const QByteArray &bytes, Failure::Handling handling = Failure::Report);
+
+    // Runs task on the writing thread once everything queued before it is
+    // written (moving a written file into place, say). A text it returns is
+    // a failure, reported as a write's is.
+    void perform(std::function<std::optional<QString>()> task);
 
     // Waits until everything queued so far is written; the first failure
     // since the queue was made, if any.
@@ -51,6 +57,7 @@ private:
         QByteArray bytes;
         bool isText = false;
         bool reportFailure = true;
+        std::function<std::optional<QString>()> task;
         qsizetype weight = 0;
     };
 
