@@ -73,7 +73,18 @@ def human(size):
     return f"{size} B"
 
 
-def bench(quillfen, count, work, env, compare):
+def discard(path, trash):
+    """Moves a tree into the trash folder, emptied after the last size.
+
+    On ext4 without a journal, creating files is slow for a minute or more
+    after many files were deleted nearby, so deleting one size's output
+    right away would be charged to the next size's export."""
+    if os.path.exists(path):
+        os.makedirs(trash, exist_ok=True)
+        os.rename(path, tempfile.mkdtemp(dir=trash))
+
+
+def bench(quillfen, count, work, env, compare, trash):
     corpus = os.path.join(work, f"posts-{count}.jsonl")
     if not os.path.exists(corpus):
         with open(corpus + ".part", "w", encoding="utf-8") as out:
@@ -92,14 +103,14 @@ def bench(quillfen, count, work, env, compare):
     opened = run([quillfen, "post", "list", site], env)
 
     output = os.path.join(work, f"out-{count}")
-    shutil.rmtree(output, ignore_errors=True)
+    discard(output, trash)
     exported = run([quillfen, "export", site, output], env)
     files, size = tree_size(output)
 
     copy = output + "-copy"
-    shutil.rmtree(copy, ignore_errors=True)
+    discard(copy, trash)
     copied = run(["cp", "-r", output, copy], env)
-    shutil.rmtree(copy, ignore_errors=True)
+    discard(copy, trash)
 
     print(f"{count} posts")
     print(f"  post add --jsonl  {added.wall:8.2f} s wall {added.cpu:8.2f} s CPU {added.peak_mib:8.1f} MiB peak")
@@ -110,7 +121,7 @@ def bench(quillfen, count, work, env, compare):
 
     if compare:
         uncached = output + "-nocache"
-        shutil.rmtree(uncached, ignore_errors=True)
+        discard(uncached, trash)
         plain_env = dict(env, QUILLFEN_NO_CACHE="1")
         without = run([quillfen, "export", site, uncached], plain_env)
         same = subprocess.run(["diff", "-r", "-q", output, uncached], stdout=subprocess.PIPE, text=True)
@@ -120,10 +131,10 @@ def bench(quillfen, count, work, env, compare):
         else:
             print("  OUTPUTS DIFFER with and without caches:")
             print("    " + "\n    ".join(same.stdout.splitlines()[:20]))
-        shutil.rmtree(uncached, ignore_errors=True)
+        discard(uncached, trash)
         if same.returncode != 0:
             return False
-    shutil.rmtree(output, ignore_errors=True)
+    discard(output, trash)
     return True
 
 
@@ -148,10 +159,13 @@ def main():
                TZ=os.environ.get("TZ", "Europe/Berlin"), LC_ALL="C.UTF-8")
     print(f"quillfen: {quillfen}\nwork folder: {work}\n")
     ok = True
+    trash = os.path.join(work, "trash")
     try:
+        shutil.rmtree(trash, ignore_errors=True)
         for count in sizes:
-            ok = bench(quillfen, count, work, env, args.compare_no_cache) and ok
+            ok = bench(quillfen, count, work, env, args.compare_no_cache, trash) and ok
     finally:
+        shutil.rmtree(trash, ignore_errors=True)
         if not args.keep and not args.work:
             shutil.rmtree(work, ignore_errors=True)
     return 0 if ok else 1

@@ -237,7 +237,5 @@ void QFBlogPluginCategories::replaceCommentsPlaceholders(QString &page, const QS
 
 void QFBlogPluginCategories::writePageIntoScratchFolder(const QString &fileName, const QString &html) const
 {
-    QFile file(m_plugin.temporaryFilesDirectory() + QLatin1Char('/') + fileName);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        file.write(html.toUtf8());
+    m_plugin.writeExportFile(m_plugin.temporaryFilesDirectory() + QLatin1Char('/') + fileName, html);
 }

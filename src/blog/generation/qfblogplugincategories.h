@@ -70,8 +70,9 @@ public:
     // placeholders vanish otherwise.
     void replaceCommentsPlaceholders(QString &page, const QString &haloScanPlaceholder,
                                      const QString &jskitPlaceholder) const;
-    // Writes a generated page into the scratch folder as UTF-8. A page that
-    // cannot be written is left out silently, as every generated page is.
+    // Writes a generated page into the scratch folder as UTF-8 (queued during
+    // a site export). A page that cannot be written is left out silently, as
+    // every generated page is.
     void writePageIntoScratchFolder(const QString &fileName, const QString &html) const;
 
 private:

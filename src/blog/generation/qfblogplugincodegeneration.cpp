@@ -63,6 +63,29 @@ const std::vector<Smiley> &smileyTable()
     return table;
 }
 
+// Whether any smiley code occurs in the text: one pass over it, looking
+// closer only where a code's first character stands. Most fragments have
+// no smiley, and the substitution proper scans once per code.
+bool containsSmiley(const QString &html, const std::vector<Smiley> &table)
+{
+    QString starts;
+    for (const Smiley &smiley : table) {
+        if (!starts.contains(smiley.code.front()))
+            starts.append(smiley.code.front());
+    }
+    const QStringView text(html);
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (!starts.contains(text[i]))
+            continue;
+        const QStringView rest = text.mid(i);
+        for (const Smiley &smiley : table) {
+            if (rest.startsWith(smiley.code))
+                return true;
+        }
+    }
+    return false;
+}
+
 QString entities(const QString &text)
 {
     return text.isEmpty() ? QString(QLatin1String("")) : QFStrings::convertToEntities(text);
@@ -84,7 +107,7 @@ QString accountFor(const QFBlogPlugin &plugin, const QString &identifier)
 
 size_t qHash(const QFBlogPluginCodeGeneration::ExportKey &key, size_t seed)
 {
-    return qHashMulti(seed, key.entry, key.summary, key.imagesFolder, key.imagePrefix, key.depthCorrection);
+    return qHashMulti(seed, key.entry, key.summary, key.imagesFolder, key.depthCorrection);
 }
 
 QFBlogPluginCodeGeneration::QFBlogPluginCodeGeneration(QFBlogPlugin &plugin)
@@ -124,7 +147,10 @@ void QFBlogPluginCodeGeneration::beginExport()
     m_exportedTexts.clear();
     m_summaryLengths.clear();
     m_exportSettings = readSettings();
+    m_exportDateFormat = m_plugin.userConfiguredDate();
     m_exportScratchFolder = m_plugin.temporaryFilesDirectory();
+    m_linkMemos.clear();
+    m_dates.clear();
     m_inExport = true;
     m_plugin.permalinks().beginExport();
 }
@@ -136,6 +162,9 @@ void QFBlogPluginCodeGeneration::endExport()
     m_exportedTexts.squeeze();
     m_summaryLengths.clear();
     m_summaryLengths.squeeze();
+    m_linkMemos.clear();
+    m_dates.clear();
+    m_dates.squeeze();
     m_exportScratchFolder.clear();
     m_plugin.permalinks().endExport();
 }
@@ -192,10 +221,6 @@ QString QFBlogPluginCodeGeneration::exportedText(const QFBlogEntryPtr &entry, bo
                                                  const QFHTMLExporter &exporter, int depthCorrection,
                                                  const QVariantMap &params)
 {
-    const QString contentTag = QStringLiteral("blog_entry") + QString::number(entry->ID());
-    QString imagePrefix = m_plugin.uniqueID() + QLatin1Char('_') + contentTag;
-    if (summary)
-        imagePrefix.append(QStringLiteral("_summary"));
     // The scratch folder's files end up in the files folder, so a page above
     // that folder names it; pages inside it use bare file names.
     const QString imagesFolder = depthCorrection == 1
@@ -205,11 +230,16 @@ QString QFBlogPluginCodeGeneration::exportedText(const QFBlogEntryPtr &entry, bo
     const bool memo = memoActive();
     ExportKey memoKey;
     if (memo) {
-        memoKey = ExportKey{entry.get(), summary, imagesFolder, imagePrefix, depthCorrection};
+        memoKey = ExportKey{entry.get(), summary, imagesFolder, depthCorrection};
         const auto it = m_exportedTexts.constFind(memoKey);
         if (it != m_exportedTexts.cend())
             return *it;
     }
+
+    const QString contentTag = QStringLiteral("blog_entry") + QString::number(entry->ID());
+    QString imagePrefix = m_plugin.uniqueID() + QLatin1Char('_') + contentTag;
+    if (summary)
+        imagePrefix.append(QStringLiteral("_summary"));
 
     if (!preloaded)
         preloaded = summary ? entry->entrySummary() : entry->entry();
@@ -263,7 +293,17 @@ QString QFBlogPluginCodeGeneration::emitBlogEntryHTML(const QFBlogEntryPtr &entr
     QFBlogPlugin &plugin = m_plugin;
     const QFHTMLExporter exporter = plugin.exporterWithParams(params);
     const QString title = entities(entry->title());
-    const QString date = localisedDescription(entry->date(), plugin.userConfiguredDate());
+    const bool memo = memoActive();
+    LinkMemo *links = memo ? linkMemo(params, depthCorrection) : nullptr;
+    QString date;
+    if (memo) {
+        auto found = m_dates.constFind(entry.get());
+        if (found == m_dates.cend())
+            found = m_dates.insert(entry.get(), localisedDescription(entry->date(), m_exportDateFormat));
+        date = *found;
+    } else {
+        date = localisedDescription(entry->date(), plugin.userConfiguredDate());
+    }
     const QFBlogCategoryPtr primary = entry->categoryObjectForCategories(plugin.categories());
 
     std::optional<QString> categoryName;
@@ -303,11 +343,20 @@ QString QFBlogPluginCodeGeneration::emitBlogEntryHTML(const QFBlogEntryPtr &entr
             if (!first)
                 html.append(separator);
             first = false;
-            html.append(QStringLiteral("<a href=\""))
-                .append(plugin.categoriesGroup().categoryLink(category, params, depthCorrection).value_or(QString()))
-                .append(QStringLiteral("\">"))
-                .append(entities(category->categoryName()))
-                .append(QStringLiteral("</a></span>"));
+            const auto anchor = [&] {
+                return QStringLiteral("<a href=\"")
+                    + plugin.categoriesGroup().categoryLink(category, params, depthCorrection).value_or(QString())
+                    + QStringLiteral("\">") + entities(category->categoryName()) + QStringLiteral("</a>");
+            };
+            if (links) {
+                auto found = links->categories.constFind(category->categoryID());
+                if (found == links->categories.cend())
+                    found = links->categories.insert(category->categoryID(), anchor());
+                html.append(*found);
+            } else {
+                html.append(anchor());
+            }
+            html.append(QStringLiteral("</span>"));
         }
     }
     html.append(QStringLiteral("</div>"));
@@ -337,8 +386,16 @@ QString QFBlogPluginCodeGeneration::emitBlogEntryHTML(const QFBlogEntryPtr &entr
             .append(plugin.readMoreLinkName())
             .append(QStringLiteral("</a></span>"));
     }
-    if (plugin.tagsEnabled())
-        html.append(emitTagsTextForBlogEntry(entry, params, depthCorrection));
+    if (plugin.tagsEnabled()) {
+        if (links) {
+            auto found = links->tagLines.constFind(entry.get());
+            if (found == links->tagLines.cend())
+                found = links->tagLines.insert(entry.get(), tagsText(entry, params, depthCorrection, links));
+            html.append(*found);
+        } else {
+            html.append(tagsText(entry, params, depthCorrection, nullptr));
+        }
+    }
     appendComments(html, entry, title, permalink, pageTypeFlag, params);
     html.append(QStringLiteral("</div></div>"));
 
@@ -348,6 +405,12 @@ QString QFBlogPluginCodeGeneration::emitBlogEntryHTML(const QFBlogEntryPtr &entr
 
 QString QFBlogPluginCodeGeneration::emitTagsTextForBlogEntry(const QFBlogEntryPtr &entry, const QVariantMap &params,
                                                              int depthCorrection) const
+{
+    return tagsText(entry, params, depthCorrection, nullptr);
+}
+
+QString QFBlogPluginCodeGeneration::tagsText(const QFBlogEntryPtr &entry, const QVariantMap &params,
+                                             int depthCorrection, LinkMemo *memo) const
 {
     if (!entry || !entry->tags() || entry->tags()->isEmpty())
         return QString(QLatin1String(""));
@@ -361,13 +424,20 @@ QString QFBlogPluginCodeGeneration::emitTagsTextForBlogEntry(const QFBlogEntryPt
         if (!first)
             html.append(separator);
         first = false;
-        html.append(QStringLiteral("<a href=\""))
-            .append(tag.hrefWithParams(params, depthCorrection))
-            .append(QStringLiteral("\" title=\""))
-            .append(QFStrings::stringEscapedForHTMLAttribute(tag.tagName()))
-            .append(QStringLiteral("\" rel=\"tag\">"))
-            .append(QFStrings::stringEscapedForHTMLElementText(tag.tagName()))
-            .append(QStringLiteral("</a>"));
+        const auto anchor = [&] {
+            return QStringLiteral("<a href=\"") + tag.hrefWithParams(params, depthCorrection)
+                + QStringLiteral("\" title=\"") + QFStrings::stringEscapedForHTMLAttribute(tag.tagName())
+                + QStringLiteral("\" rel=\"tag\">") + QFStrings::stringEscapedForHTMLElementText(tag.tagName())
+                + QStringLiteral("</a>");
+        };
+        if (memo) {
+            auto found = memo->tags.constFind(tag.tagName());
+            if (found == memo->tags.cend())
+                found = memo->tags.insert(tag.tagName(), anchor());
+            html.append(*found);
+        } else {
+            html.append(anchor());
+        }
     }
     html.append(QStringLiteral("</p>"));
     return html;
@@ -578,7 +648,10 @@ QString &QFBlogPluginCodeGeneration::substituteSmileys(QString &html, const QStr
 {
     if (!m_plugin.enableSmileys())
         return html;
-    for (const Smiley &smiley : smileyTable()) {
+    const std::vector<Smiley> &table = smileyTable();
+    if (!containsSmiley(html, table))
+        return html;
+    for (const Smiley &smiley : table) {
         if (html.contains(smiley.code))
             html.replace(smiley.code, smileyLink(smiley.image, smiley.alt, filesDirectory, depthCorrection));
     }
@@ -600,6 +673,25 @@ QString QFBlogPluginCodeGeneration::smileyLink(const QString &image, const QStri
             .arg(image, alt);
     return QStringLiteral("<img class=\"blog-image-smiley\" src=\"%1/%2.png\" width=\"21\" height=\"21\" alt=\"%3\" border=\"0\" />")
         .arg(folder, image, alt);
+}
+
+QFBlogPluginCodeGeneration::LinkMemo *QFBlogPluginCodeGeneration::linkMemo(const QVariantMap &params,
+                                                                          int depthCorrection)
+{
+    // An export passes the same few parameter maps down to every fragment,
+    // so sharing is the usual answer and comparing the rare one.
+    for (const std::unique_ptr<LinkMemo> &memo : m_linkMemos) {
+        if (memo->depthCorrection == depthCorrection && memo->params.isSharedWith(params))
+            return memo.get();
+    }
+    for (const std::unique_ptr<LinkMemo> &memo : m_linkMemos) {
+        if (memo->depthCorrection == depthCorrection && memo->params == params) {
+            memo->params = params;
+            return memo.get();
+        }
+    }
+    m_linkMemos.push_back(std::make_unique<LinkMemo>(LinkMemo{params, depthCorrection, {}, {}, {}}));
+    return m_linkMemos.back().get();
 }
 
 QString QFBlogPluginCodeGeneration::localisedDescription(const QDateTime &date, const QString &format) const

@@ -7,7 +7,9 @@
 #include <QHash>
 #include <QString>
 #include <QVariantMap>
+#include <memory>
 #include <optional>
+#include <vector>
 
 class QFBlogPlugin;
 class QFHTMLExporter;
@@ -122,9 +124,8 @@ private:
     struct ExportKey
     {
         const QFBlogEntry *entry = nullptr;
-        bool summary = false;
+        bool summary = false; // the image prefix follows from the post and this
         QString imagesFolder;
-        QString imagePrefix;
         int depthCorrection = 0;
         friend bool operator==(const ExportKey &, const ExportKey &) = default;
     };
@@ -141,6 +142,22 @@ private:
     // text's own cache attribute.
     QString exportedText(const QFBlogEntryPtr &entry, bool summary, std::optional<QFStyledText> preloaded,
                          const QFHTMLExporter &exporter, int depthCorrection, const QVariantMap &params);
+    // Anchors of tag and category links made for one depth and one set of
+    // export parameters, which is all they depend on besides their target,
+    // and each post's tag line made of them.
+    struct LinkMemo
+    {
+        QVariantMap params;
+        int depthCorrection = 0;
+        QHash<QString, QString> tags;
+        QHash<int, QString> categories;
+        QHash<const QFBlogEntry *, QString> tagLines; // a post's whole tag line
+    };
+    // The export's memo for these parameters; null when the memo is off.
+    LinkMemo *linkMemo(const QVariantMap &params, int depthCorrection);
+    // The tag line, its anchors kept in memo unless it is null.
+    QString tagsText(const QFBlogEntryPtr &entry, const QVariantMap &params, int depthCorrection,
+                     LinkMemo *memo) const;
     void appendComments(QString &html, const QFBlogEntryPtr &entry, const QString &title,
                         const std::optional<QString> &permalink, int pageTypeFlag, const QVariantMap &params) const;
 
@@ -154,4 +171,9 @@ private:
     QString m_exportScratchFolder;
     QHash<ExportKey, QString> m_exportedTexts;
     QHash<const QFBlogEntry *, qsizetype> m_summaryLengths;
+    // Per export, small and bounded by the blog's tags, categories and posts:
+    // anchors of tag and category links, and each post's date line.
+    std::vector<std::unique_ptr<LinkMemo>> m_linkMemos;
+    QHash<const QFBlogEntry *, QString> m_dates;
+    QString m_exportDateFormat;
 };

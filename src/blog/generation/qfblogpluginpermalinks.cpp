@@ -5,6 +5,7 @@
 #include "qfkit/document/qfsitedocument.h"
 #include "qfkit/support/qfbundle.h"
 #include "qfkit/support/qfexception.h"
+#include "qfkit/text/qfplaceholdertemplate.h"
 #include "qfkit/text/qfstrings.h"
 
 #include <QFile>
@@ -175,6 +176,13 @@ QList<QFExportItem> QFBlogPluginPermalinks::emitPermalinkEntriesWithFilesDirecto
         break;
     }
 
+    // Tens of thousands of pages share one template of some 30 KB (the
+    // sidebar is in it): it is searched for its placeholders once.
+    const QFPlaceholderTemplate pageTemplate(
+        permalinkTemplate(params),
+        {QStringLiteral("%blog_permalink_haloscan%"), QStringLiteral("%blog_permalink_jskit%"),
+         QStringLiteral("%blog_permalink_title%"), QStringLiteral("%blog_permalink_entries%")});
+
     QList<QFExportItem> result;
     const QList<QFBlogEntryPtr> posts = m_plugin.posts();
     for (const QFBlogEntryPtr &entry : posts) {
@@ -183,14 +191,10 @@ QList<QFExportItem> QFBlogPluginPermalinks::emitPermalinkEntriesWithFilesDirecto
         if (!entry || entry->isDraft())
             continue;
 
-        QString page = permalinkTemplate(params);
-        page.replace(QStringLiteral("%blog_permalink_haloscan%"), haloScan);
-        page.replace(QStringLiteral("%blog_permalink_jskit%"), jskit);
-        page.replace(QStringLiteral("%blog_permalink_title%"),
-                     entry->title().isEmpty() ? emptyText : QFStrings::convertToEntities(entry->title()));
-        page.replace(QStringLiteral("%blog_permalink_entries%"),
-                     generation.emitBlogEntryHTML(entry, filesDirectory, 1, false,
-                                                  QFBlogPluginCodeGeneration::PermalinkPage, params));
+        const QString page = pageTemplate.filled(
+            {haloScan, jskit, entry->title().isEmpty() ? emptyText : QFStrings::convertToEntities(entry->title()),
+             generation.emitBlogEntryHTML(entry, filesDirectory, 1, false, QFBlogPluginCodeGeneration::PermalinkPage,
+                                          params)});
 
         const QString fileName = permalinkFilename(entry, extension);
         if (contentOnly) {
@@ -203,9 +207,7 @@ QList<QFExportItem> QFBlogPluginPermalinks::emitPermalinkEntriesWithFilesDirecto
             // the scratch folder whatever it says.
             const QString leaf = QFileInfo(fileName).fileName();
             if (!scratch.isEmpty() && !leaf.isEmpty() && leaf != QLatin1String(".") && leaf != QLatin1String("..")) {
-                QFile file(scratch + QLatin1Char('/') + leaf);
-                if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-                    file.write(page.toUtf8());
+                m_plugin.writeExportFile(scratch + QLatin1Char('/') + leaf, page);
             }
         }
         m_plugin.exportUnitDone();

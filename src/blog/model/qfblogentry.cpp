@@ -148,9 +148,21 @@ QFBlogTagList tagsIn(const QVariant &value)
     return tags;
 }
 
+// A post has a handful of tags, and opening a large blog sets them on every
+// post: short lists are searched in place instead of hashed.
+constexpr qsizetype SmallTagList = 16;
+
 QFBlogTagList withoutDuplicates(const QFBlogTagList &tags)
 {
     QFBlogTagList result;
+    result.reserve(tags.size());
+    if (tags.size() <= SmallTagList) {
+        for (const QFBlogTag &tag : tags) {
+            if (!result.contains(tag))
+                result.append(tag);
+        }
+        return result;
+    }
     QSet<QFBlogTag> seen;
     for (const QFBlogTag &tag : tags) {
         if (!seen.contains(tag)) {
@@ -159,6 +171,25 @@ QFBlogTagList withoutDuplicates(const QFBlogTagList &tags)
         }
     }
     return result;
+}
+
+// The tags of `tags` that `other` lacks; both without duplicates.
+QFBlogTagList tagsMissingFrom(const QFBlogTagList &tags, const QFBlogTagList &other)
+{
+    QFBlogTagList missing;
+    if (other.size() <= SmallTagList) {
+        for (const QFBlogTag &tag : tags) {
+            if (!other.contains(tag))
+                missing.append(tag);
+        }
+        return missing;
+    }
+    const QSet<QFBlogTag> set(other.cbegin(), other.cend());
+    for (const QFBlogTag &tag : tags) {
+        if (!set.contains(tag))
+            missing.append(tag);
+    }
+    return missing;
 }
 } // namespace
 
@@ -292,11 +323,13 @@ bool QFBlogEntry::initWithDictionary(QVariantMap &dictionary)
 
     const QVariant tagDictionaries = dictionary.value(QStringLiteral("tagsDictionary"));
     if (isPresent(tagDictionaries)) {
-        setTags(QFBlogTagList());
+        // Set once: adding them one by one counts each tag the same way.
+        QFBlogTagList tags;
         for (const QVariant &element : tagDictionaries.toList()) {
             if (element.typeId() == QMetaType::QVariantMap)
-                addTag(QFBlogTag::tagWithDictionary(element.toMap()));
+                tags.append(QFBlogTag::tagWithDictionary(element.toMap()));
         }
+        setTags(tags);
     }
     return true;
 }
@@ -476,19 +509,13 @@ void QFBlogEntry::setCategoryIDs(const QList<int> &categoryIDs)
 
 void QFBlogEntry::setTags(const std::optional<QFBlogTagList> &tags)
 {
-    const QFBlogTagList oldTags = withoutDuplicates(m_tags.value_or(QFBlogTagList()));
-    const QFBlogTagList newTags = withoutDuplicates(tags.value_or(QFBlogTagList()));
-    const QSet<QFBlogTag> oldSet(oldTags.cbegin(), oldTags.cend());
-    const QSet<QFBlogTag> newSet(newTags.cbegin(), newTags.cend());
     if (m_blogPlugin) {
-        for (const QFBlogTag &tag : oldTags) {
-            if (!newSet.contains(tag))
-                m_blogPlugin->removeTag(tag);
-        }
-        for (const QFBlogTag &tag : newTags) {
-            if (!oldSet.contains(tag))
-                m_blogPlugin->addTag(tag);
-        }
+        const QFBlogTagList oldTags = withoutDuplicates(m_tags.value_or(QFBlogTagList()));
+        const QFBlogTagList newTags = withoutDuplicates(tags.value_or(QFBlogTagList()));
+        for (const QFBlogTag &tag : tagsMissingFrom(oldTags, newTags))
+            m_blogPlugin->removeTag(tag);
+        for (const QFBlogTag &tag : tagsMissingFrom(newTags, oldTags))
+            m_blogPlugin->addTag(tag);
     }
     m_tags = tags;
     emit tagsChanged();

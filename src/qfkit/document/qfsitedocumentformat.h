@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QtGlobal>
 
 // The shared vocabulary of the site document file (.qfsite): one SQLite 3
@@ -60,5 +61,8 @@ inline constexpr qsizetype MaxTextBytes = qsizetype(1) << 20;
 inline constexpr qsizetype MaxValueBytes = qsizetype(512) << 20;
 inline constexpr qsizetype MaxPages = 100000;
 inline constexpr qsizetype MaxProperties = 10000;
+
+// The checksum stored beside each plugin record: its SHA-256, 32 bytes.
+QByteArray recordChecksum(const QByteArray &record);
 
 } // namespace QFSiteDocumentFormat

@@ -5,7 +5,6 @@
 
 #include "qfkit/support/qfexception.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -250,7 +249,7 @@ public:
                 damaged(m_path, QStringLiteral("%1 names no plugin").arg(named));
             page.archive = blob(select.get(), 6, QStringLiteral("the plugin record of %1").arg(named));
             const QByteArray checksum = blob(select.get(), 7, QStringLiteral("the checksum of %1").arg(named));
-            if (checksum != QCryptographicHash::hash(page.archive, QCryptographicHash::Sha256))
+            if (checksum != recordChecksum(page.archive))
                 damaged(m_path, QStringLiteral("the plugin record of %1 was changed or overwritten after it was saved").arg(named));
             pages.append(std::move(page));
         }

@@ -5,7 +5,6 @@
 
 #include "qfkit/support/qfexception.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -341,7 +340,7 @@ void QFSiteDocumentWriter::save(const QFSiteDocumentData &data, const QString &p
                      QLatin1StringView(ArchiveChecksumColumn)));
         qsizetype written = 0;
         for (const QFStoredPage &page : data.pages) {
-            const QByteArray checksum = QCryptographicHash::hash(page.archive, QCryptographicHash::Sha256);
+            const QByteArray checksum = recordChecksum(page.archive);
             transaction.bindText(insert.get(), 1, page.uniqueID);
             if (sqlite3_bind_int64(insert.get(), 2, page.order) != SQLITE_OK)
                 fail(path, sqliteError(db.get()));

@@ -7,6 +7,7 @@
 #include "qfsitetheme.h"
 #include "qftextviewpluginclient.h"
 #include "qfkit/support/qfexception.h"
+#include "qfkit/support/qffilewritequeue.h"
 #include "qfkit/support/qflog.h"
 
 #include <QDir>
@@ -16,6 +17,7 @@
 #include <QScopeGuard>
 #include <QSet>
 #include <QTemporaryDir>
+#include <atomic>
 #include <memory>
 #include <sys/stat.h>
 
@@ -73,11 +75,14 @@ public:
 
     ~Run()
     {
+        // Nothing may still be writing into the folders removed below.
+        m_writes.waitUntilWritten();
         for (QFTextViewPluginClient *plugin : std::as_const(m_sessionPlugins))
             plugin->siteExportDidEnd();
         for (QFTextViewPluginClient *plugin : std::as_const(m_touchedPlugins)) {
             plugin->setExportContext(nullptr);
             plugin->setScratchRoot(QString());
+            plugin->setFileWriteQueue(nullptr);
         }
         m_exporter.m_currentPlugin = nullptr;
         if (!m_scratch.isEmpty())
@@ -120,7 +125,10 @@ public:
             report();
         }
         writeFile(m_staging + QLatin1Char('/') + QFSiteLayout::styleSheetFileName(), theme().styleSheet());
+        drainWrites();
         commit();
+        m_summary.files += m_placedFiles.load();
+        m_summary.bytes += m_placedBytes.load();
         m_summary.seconds = double(timer.nsecsElapsed()) / 1e9;
         return m_summary;
     }
@@ -192,40 +200,57 @@ private:
         return m_output + stagingPath.mid(m_staging.size());
     }
 
+    // Queued: a failure is raised by the next drainWrites().
     void writeFile(const QString &path, const QByteArray &bytes)
     {
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size()
-            || !file.flush()) {
-            fail(QStringLiteral("Cannot write %1: %2.").arg(quoted(outputPath(path)), file.errorString()));
-        }
+        m_writes.write(path, bytes);
         ++m_summary.files;
         m_summary.bytes += bytes.size();
     }
 
+    void drainWrites()
+    {
+        const std::optional<QFFileWriteQueue::Failure> failure = m_writes.waitUntilWritten();
+        if (!failure)
+            return;
+        if (failure->path.isEmpty())
+            fail(failure->reason);
+        const QString where = failure->path.startsWith(m_staging + QLatin1Char('/')) ? outputPath(failure->path)
+                                                                                     : failure->path;
+        fail(QStringLiteral("Cannot write %1: %2.").arg(quoted(where), failure->reason));
+    }
+
     // Moves files out of the plugin's scratch folder; anything else (bundle
     // resources, the user's own files) is copied. A hundred thousand files
-    // per export: one stat and one rename each.
+    // per export: one stat and one rename each, done on the writing thread
+    // in order with the writes, so a page the plugin just queued is there.
     void placeFile(const QString &source, const QString &folder)
     {
         const QString name = QFSiteLayout::cleanFileName(source);
-        const QByteArray from = QFile::encodeName(source);
-        struct stat status;
-        if (name.isEmpty() || ::stat(from.constData(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        if (name.isEmpty()) {
             qfLog(QStringLiteral("Export: skipped %1, which is not a file").arg(source));
             return;
         }
         ensureFolder(folder);
         const QString target = folder + QLatin1Char('/') + name;
         const bool scratch = source.startsWith(m_scratch + QLatin1Char('/'));
-        // rename() replaces a file of that name, as a later item should.
-        if (!scratch || ::rename(from.constData(), QFile::encodeName(target).constData()) != 0) {
-            QFile::remove(target);
-            if (!QFile::copy(source, target))
-                fail(QStringLiteral("Cannot write %1 (from %2).").arg(quoted(outputPath(target)), quoted(source)));
-        }
-        ++m_summary.files;
-        m_summary.bytes += status.st_size;
+        m_writes.perform([=, this]() -> std::optional<QString> {
+            const QByteArray from = QFile::encodeName(source);
+            struct stat status;
+            if (::stat(from.constData(), &status) != 0 || !S_ISREG(status.st_mode)) {
+                qfLog(QStringLiteral("Export: skipped %1, which is not a file").arg(source));
+                return std::nullopt;
+            }
+            // rename() replaces a file of that name, as a later item should.
+            if (!scratch || ::rename(from.constData(), QFile::encodeName(target).constData()) != 0) {
+                QFile::remove(target);
+                if (!QFile::copy(source, target))
+                    return QStringLiteral("Cannot write %1 (from %2).").arg(quoted(outputPath(target)), quoted(source));
+            }
+            m_placedFiles.fetch_add(1, std::memory_order_relaxed);
+            m_placedBytes.fetch_add(status.st_size, std::memory_order_relaxed);
+            return std::nullopt;
+        });
     }
 
     void exportPage(const QFSiteLayout::Page &page)
@@ -247,6 +272,7 @@ private:
 
         m_touchedPlugins.insert(plugin);
         plugin->setScratchRoot(m_scratch);
+        plugin->setFileWriteQueue(&m_writes);
         plugin->setExportContext(std::make_shared<const QFPageExportContext>(m_layout, page.uniqueID, theme()));
         m_exporter.m_currentPlugin = plugin;
         const QMetaObject::Connection progress =
@@ -352,6 +378,10 @@ private:
     QSet<QString> m_sharedCopied;
     QFSiteExporter::Summary m_summary;
     QFSiteExporter::Progress m_progress;
+    // Counted on the writing thread.
+    std::atomic<qint64> m_placedFiles = 0;
+    std::atomic<qint64> m_placedBytes = 0;
+    QFFileWriteQueue m_writes;
 };
 
 QFSiteExporter::QFSiteExporter(QFSiteDocument &document, const QFPluginRegistry *registry)

@@ -4,9 +4,11 @@
 #include "qfpagelinkresolver.h"
 #include "qfsitedocument.h"
 #include "qfsitetheme.h"
+#include "qfkit/support/qffilewritequeue.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QMutexLocker>
 #include <QUuid>
@@ -107,11 +109,31 @@ QString QFTextViewPluginClient::scratchRoot() const
     return m_scratchRoot.isEmpty() ? processScratchRoot() : m_scratchRoot;
 }
 
+void QFTextViewPluginClient::writeExportFile(const QString &path, const QString &text)
+{
+    if (m_fileWriteQueue) {
+        m_fileWriteQueue->write(path, text, QFFileWriteQueue::Failure::Ignore);
+        return;
+    }
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        file.write(text.toUtf8());
+}
+
+void QFTextViewPluginClient::setFileWriteQueue(QFFileWriteQueue *queue)
+{
+    m_fileWriteQueue = queue;
+}
+
 QList<QFExportItem> QFTextViewPluginClient::directoryContents(const QString &path) const
 {
     QList<QFExportItem> items;
     if (path.isEmpty())
         return items;
+    // Pages still in the export's write queue must be on disk to be listed;
+    // a failure there is the exporter's to report.
+    if (m_fileWriteQueue)
+        m_fileWriteQueue->waitUntilWritten();
     const QFileInfoList entries = QDir(path).entryInfoList(QDir::Files | QDir::NoDotAndDotDot, QDir::Name);
     items.reserve(entries.size());
     for (const QFileInfo &entry : entries)

@@ -18,6 +18,7 @@
 #include <optional>
 
 class QFArchiver;
+class QFFileWriteQueue;
 class QFLinkResolver;
 class QFLinkStyleResolver;
 class QFPageExportContext;
@@ -160,9 +161,20 @@ public:
     void setScratchRoot(const QString &root);
     QString scratchRoot() const;
 
+    // Writes a generated page of the running export (into a scratch folder)
+    // as UTF-8. During a site export it goes through the exporter's write
+    // queue, so the plugin goes on while the file system catches up. A page
+    // that cannot be written is simply missing, as generated pages always
+    // have been (the exporter logs what it could not place).
+    void writeExportFile(const QString &path, const QString &text);
+    // Set by the site exporter around an export, on the exporting thread;
+    // null writes at once. Not owned.
+    void setFileWriteQueue(QFFileWriteQueue *queue);
+
     // The files directly inside the folder (not its sub-folders, not hidden
     // files), as file results with absolute paths, sorted by name so exports
-    // are reproducible. Empty for a missing folder.
+    // are reproducible; pages queued with writeExportFile() included. Empty
+    // for a missing folder.
     QList<QFExportItem> directoryContents(const QString &path) const;
 
     // Wraps HTML as a content-only sub-page result named `name`.
@@ -217,6 +229,7 @@ private:
     mutable QMutex m_scratchMutex;
     QSet<QString> m_scratchRoots;
     QString m_scratchRoot;
+    QFFileWriteQueue *m_fileWriteQueue = nullptr;
     mutable QMutex m_exportMutex;
     std::shared_ptr<const QFPageExportContext> m_exportContext;
     std::unique_ptr<QFPageLinkResolver> m_linkResolver;

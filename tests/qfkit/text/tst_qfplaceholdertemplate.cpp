@@ -1,0 +1,98 @@
+#include "qfkit/text/qfplaceholdertemplate.h"
+
+#include <QRandomGenerator>
+#include <QtTest>
+
+namespace {
+
+QString replacedOneAfterAnother(QString text, const QStringList &placeholders, const QStringList &values)
+{
+    for (qsizetype i = 0; i < placeholders.size(); ++i)
+        text.replace(placeholders.at(i), i < values.size() ? values.at(i) : QString());
+    return text;
+}
+
+} // namespace
+
+// A filled template must be exactly what the replacements one after another
+// give: pages are compared byte for byte with and without it.
+class tst_QFPlaceholderTemplate : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void sameAsReplacingInTurn_data();
+    void sameAsReplacingInTurn();
+    void sameAsReplacingInTurnOnRandomTexts();
+};
+
+void tst_QFPlaceholderTemplate::sameAsReplacingInTurn_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QStringList>("placeholders");
+    QTest::addColumn<QStringList>("values");
+
+    const QStringList page{QStringLiteral("%head%"), QStringLiteral("%title%"), QStringLiteral("%body%")};
+    QTest::newRow("page") << QStringLiteral("<html>%head%\n<title>%title%</title>\n<b>%body%</b>%title%") << page
+                          << QStringList{QStringLiteral("<script/>"), QStringLiteral("Tom &amp; Jerry"),
+                                         QStringLiteral("<p>50% off</p>")};
+    QTest::newRow("no placeholders in the text") << QStringLiteral("plain") << page
+                                                 << QStringList{QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")};
+    QTest::newRow("an earlier value holds a later placeholder")
+        << QStringLiteral("<t>%title%</t><b>%body%</b>") << page
+        << QStringList{QString(), QStringLiteral("%body%"), QStringLiteral("BODY")};
+    QTest::newRow("a value joins with its neighbours into a later placeholder")
+        << QStringLiteral("%bo%title%y%") << page << QStringList{QString(), QStringLiteral("d"), QStringLiteral("X")};
+    QTest::newRow("adjacent slots") << QStringLiteral("%title%%body%") << page
+                                    << QStringList{QString(), QStringLiteral("%bo"), QStringLiteral("X")};
+    QTest::newRow("the text has other percent signs")
+        << QStringLiteral("width: 100%; %title% %") << page << QStringList{QString(), QStringLiteral("body"), QString()};
+    QTest::newRow("fewer values than placeholders") << QStringLiteral("[%head%|%body%]") << page
+                                                    << QStringList{QStringLiteral("h")};
+    QTest::newRow("a placeholder without closing percent")
+        << QStringLiteral("a%b%c") << QStringList{QStringLiteral("%b"), QStringLiteral("b%")}
+        << QStringList{QStringLiteral("1"), QStringLiteral("2")};
+}
+
+void tst_QFPlaceholderTemplate::sameAsReplacingInTurn()
+{
+    QFETCH(QString, text);
+    QFETCH(QStringList, placeholders);
+    QFETCH(QStringList, values);
+    const QFPlaceholderTemplate pageTemplate(text, placeholders);
+    QCOMPARE(pageTemplate.filled(values), replacedOneAfterAnother(text, placeholders, values));
+}
+
+// Texts and values from small alphabets of placeholder letters, where
+// every kind of overlap happens.
+void tst_QFPlaceholderTemplate::sameAsReplacingInTurnOnRandomTexts()
+{
+    QRandomGenerator random(20261122);
+    const QStringList placeholders{QStringLiteral("%a%"), QStringLiteral("%ab%"), QStringLiteral("%b%")};
+    // One alphabet puts stray '%' everywhere; the other only inside
+    // placeholders, where the template's one-pass filling is used.
+    QString alphabet;
+    const auto randomText = [&](int maxLength) {
+        QString text;
+        const int length = random.bounded(maxLength + 1);
+        for (int i = 0; i < length; ++i) {
+            if (random.bounded(4) == 0)
+                text += placeholders.at(random.bounded(int(placeholders.size())));
+            else
+                text += alphabet.at(random.bounded(int(alphabet.size())));
+        }
+        return text;
+    };
+    for (int round = 0; round < 40000; ++round) {
+        alphabet = round % 2 ? QStringLiteral("%ab%x\n") : QStringLiteral("abx\n");
+        const QString text = randomText(14);
+        const QStringList values{randomText(3), randomText(3), randomText(3)};
+        const QFPlaceholderTemplate pageTemplate(text, placeholders);
+        const QString expected = replacedOneAfterAnother(text, placeholders, values);
+        if (pageTemplate.filled(values) != expected)
+            QFAIL(qPrintable(QStringLiteral("text %1 values %2").arg(text, values.join(QLatin1Char('|')))));
+    }
+}
+
+QTEST_GUILESS_MAIN(tst_QFPlaceholderTemplate)
+#include "tst_qfplaceholdertemplate.moc"
