@@ -160,6 +160,8 @@ private slots:
     void skippedValueReadsLater_data();
     void skippedValueReadsLater();
     void skippingInsideAnObject();
+    void skipPassesOverEveryKindOfItem_data();
+    void skipPassesOverEveryKindOfItem();
     void deferredReadingRejectsMalformedData_data();
     void deferredReadingRejectsMalformedData();
 };
@@ -471,6 +473,33 @@ void tst_QFArchiver::skippingInsideAnObject()
     QCOMPARE(read->list, written.list);
     QVERIFY(read->readPastOwnValues.isNull());
     QCOMPARE(unarchiver.decodeObject(), QVariant(QStringLiteral("next value")));
+}
+
+// Skipping must land exactly after the item, whatever encoding another
+// writer chose for it: the value behind it is read next.
+void tst_QFArchiver::skipPassesOverEveryKindOfItem_data()
+{
+    QTest::addColumn<QByteArray>("item");
+    QTest::newRow("indefinite text in chunks") << QByteArray("\x7f\x62" "ab\x61" "c\xff", 7);
+    QTest::newRow("indefinite bytes, empty") << QByteArray("\x5f\xff", 2);
+    QTest::newRow("indefinite array of arrays") << QByteArray("\x9f\x82\x01\x02\x9f\xff\x80\xff", 8);
+    QTest::newRow("indefinite map") << QByteArray("\xbf\x61k\x9f\x01\xff\x61v\xf6\xff", 10);
+    QTest::newRow("tag on a tag on a date") << QByteArray("\xd9\x51\x46\xc1\x1a\x00\x01\x00\x00", 9);
+    QTest::newRow("floats of every width")
+        << QByteArray("\x83\xf9\x3c\x00\xfa\x3f\x80\x00\x00\xfb\x3f\xf0\x00\x00\x00\x00\x00\x00", 18);
+    QTest::newRow("eight-byte integers and a simple value")
+        << QByteArray("\x83\x1b\xff\xff\xff\xff\xff\xff\xff\xff\x3b\x00\x00\x00\x00\x00\x00\x00\x01\xf8\x20", 21);
+    QTest::newRow("text with a four-byte length") << QByteArray("\x7a\x00\x00\x00\x03xyz", 8);
+    QTest::newRow("map of known length") << QByteArray("\xa2\x01\x80\x02\xa0", 5);
+}
+
+void tst_QFArchiver::skipPassesOverEveryKindOfItem()
+{
+    QFETCH(QByteArray, item);
+    QFUnarchiver unarchiver(header() + item + QByteArray("\x07", 1));
+    const QFUnarchiver::SkippedValue skipped = unarchiver.skipObject();
+    QCOMPARE(skipped.size, item.size());
+    QCOMPARE(unarchiver.decodeObject(), QVariant(qint64(7)));
 }
 
 void tst_QFArchiver::deferredReadingRejectsMalformedData_data()
