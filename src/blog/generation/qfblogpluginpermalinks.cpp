@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QUrl>
+#include <memory>
 
 namespace {
 
@@ -177,11 +178,12 @@ QList<QFExportItem> QFBlogPluginPermalinks::emitPermalinkEntriesWithFilesDirecto
     }
 
     // Tens of thousands of pages share one template of some 30 KB (the
-    // sidebar is in it): it is searched for its placeholders once.
-    const QFPlaceholderTemplate pageTemplate(
+    // sidebar is in it): it is searched for its placeholders and its text
+    // encoded once, and each page is put together on the writing thread.
+    const auto pageTemplate = std::make_shared<const QFPlaceholderTemplate>(
         permalinkTemplate(params),
-        {QStringLiteral("%blog_permalink_haloscan%"), QStringLiteral("%blog_permalink_jskit%"),
-         QStringLiteral("%blog_permalink_title%"), QStringLiteral("%blog_permalink_entries%")});
+        QStringList{QStringLiteral("%blog_permalink_haloscan%"), QStringLiteral("%blog_permalink_jskit%"),
+                    QStringLiteral("%blog_permalink_title%"), QStringLiteral("%blog_permalink_entries%")});
 
     QList<QFExportItem> result;
     const QList<QFBlogEntryPtr> posts = m_plugin.posts();
@@ -191,14 +193,14 @@ QList<QFExportItem> QFBlogPluginPermalinks::emitPermalinkEntriesWithFilesDirecto
         if (!entry || entry->isDraft())
             continue;
 
-        const QString page = pageTemplate.filled(
-            {haloScan, jskit, entry->title().isEmpty() ? emptyText : QFStrings::convertToEntities(entry->title()),
-             generation.emitBlogEntryHTML(entry, filesDirectory, 1, false, QFBlogPluginCodeGeneration::PermalinkPage,
-                                          params)});
+        const QStringList values{
+            haloScan, jskit, entry->title().isEmpty() ? emptyText : QFStrings::convertToEntities(entry->title()),
+            generation.emitBlogEntryHTML(entry, filesDirectory, 1, false, QFBlogPluginCodeGeneration::PermalinkPage,
+                                         params)};
 
         const QString fileName = permalinkFilename(entry, extension);
         if (contentOnly) {
-            QFExportItem item = QFTextViewPluginClient::contentOnlySubpageWithHTML(page, fileName);
+            QFExportItem item = QFTextViewPluginClient::contentOnlySubpageWithHTML(pageTemplate->filled(values), fileName);
             if (const std::optional<QString> title = permalinkPageTitle(entry))
                 item.setSubstitution(QStringLiteral("title"), *title);
             result.append(item);
@@ -207,7 +209,9 @@ QList<QFExportItem> QFBlogPluginPermalinks::emitPermalinkEntriesWithFilesDirecto
             // the scratch folder whatever it says.
             const QString leaf = QFileInfo(fileName).fileName();
             if (!scratch.isEmpty() && !leaf.isEmpty() && leaf != QLatin1String(".") && leaf != QLatin1String("..")) {
-                m_plugin.writeExportFile(scratch + QLatin1Char('/') + leaf, page);
+                m_plugin.writeExportFile(
+                    scratch + QLatin1Char('/') + leaf, [pageTemplate, values] { return pageTemplate->filledUtf8(values); },
+                    values.constLast().size() * 2 + 65536);
             }
         }
         m_plugin.exportUnitDone();

@@ -120,6 +120,17 @@ void QFTextViewPluginClient::writeExportFile(const QString &path, const QString 
         file.write(text.toUtf8());
 }
 
+void QFTextViewPluginClient::writeExportFile(const QString &path, std::function<QByteArray()> make, qsizetype weight)
+{
+    if (m_fileWriteQueue) {
+        m_fileWriteQueue->write(path, std::move(make), weight, QFFileWriteQueue::Failure::Ignore);
+        return;
+    }
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        file.write(make());
+}
+
 void QFTextViewPluginClient::setFileWriteQueue(QFFileWriteQueue *queue)
 {
     m_fileWriteQueue = queue;

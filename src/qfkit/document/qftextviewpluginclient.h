@@ -167,6 +167,10 @@ public:
     // that cannot be written is simply missing, as generated pages always
     // have been (the exporter logs what it could not place).
     void writeExportFile(const QString &path, const QString &text);
+    // The same for a page whose bytes are made by `make`, on the writing
+    // thread during a site export (so it must only read what stays put);
+    // `weight` estimates their size.
+    void writeExportFile(const QString &path, std::function<QByteArray()> make, qsizetype weight);
     // Set by the site exporter around an export, on the exporting thread;
     // null writes at once. Not owned.
     void setFileWriteQueue(QFFileWriteQueue *queue);

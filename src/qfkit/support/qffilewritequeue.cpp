@@ -39,6 +39,17 @@ void QFFileWriteQueue::write(const QString &path, const QByteArray &bytes, Failu
     enqueue(std::move(job));
 }
 
+void QFFileWriteQueue::write(const QString &path, std::function<QByteArray()> make, qsizetype weight,
+                             Failure::Handling handling)
+{
+    Job job;
+    job.reportFailure = handling == Failure::Report;
+    job.path = path;
+    job.make = std::move(make);
+    job.weight = weight;
+    enqueue(std::move(job));
+}
+
 void QFFileWriteQueue::perform(std::function<std::optional<QString>()> task)
 {
     Job job;
@@ -86,7 +97,7 @@ void QFFileWriteQueue::run()
             if (const std::optional<QString> reason = job.task())
                 failure = Failure{QString(), *reason};
         } else if (!skip) {
-            const QByteArray bytes = job.isText ? job.text.toUtf8() : job.bytes;
+            const QByteArray bytes = job.make ? job.make() : job.isText ? job.text.toUtf8() : job.bytes;
             QFile file(job.path);
             if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(bytes) != bytes.size()
                 || !file.flush()) {

@@ -39,6 +39,10 @@ public:
     // Creates or truncates the file at `path`.
     void write(const QString &path, const QString &text, Failure::Handling handling = Failure::Report);
     void write(const QString &path, const QByteArray &bytes, Failure::Handling handling = Failure::Report);
+    // The bytes are made by `make` on the writing thread; `weight` is what
+    // they count against the limit meanwhile.
+    void write(const QString &path, std::function<QByteArray()> make, qsizetype weight,
+               Failure::Handling handling = Failure::Report);
 
     // Runs task on the writing thread once everything queued before it is
     // written (moving a written file into place, say). A text it returns is
@@ -58,6 +62,7 @@ private:
         bool isText = false;
         bool reportFailure = true;
         std::function<std::optional<QString>()> task;
+        std::function<QByteArray()> make;
         qsizetype weight = 0;
     };
 

@@ -76,6 +76,16 @@ QFPlaceholderTemplate::QFPlaceholderTemplate(const QString &text, const QStringL
     }
     m_pieces = pieces;
     m_splitUsable = true;
+
+    // Encoding piece by piece gives the same bytes unless a surrogate pair
+    // would be split at a slot.
+    m_utf8Usable = true;
+    for (const Piece &piece : std::as_const(m_pieces)) {
+        const QStringView span = QStringView(text).mid(piece.start, piece.length);
+        if (piece.slot < 0 && !span.isEmpty() && (span.front().isLowSurrogate() || span.back().isHighSurrogate()))
+            m_utf8Usable = false;
+        m_utf8Pieces.append(piece.slot < 0 ? span.toUtf8() : QByteArray());
+    }
 }
 
 QString QFPlaceholderTemplate::filled(const QStringList &values) const
@@ -98,6 +108,38 @@ QString QFPlaceholderTemplate::filled(const QStringList &values) const
             result.append(QStringView(m_text).mid(piece.start, piece.length));
         else if (piece.slot < values.size())
             result.append(values.at(piece.slot));
+    }
+    return result;
+}
+
+QByteArray QFPlaceholderTemplate::filledUtf8(const QStringList &values) const
+{
+    bool usable = m_splitUsable && m_utf8Usable;
+    for (qsizetype i = 0; usable && i < values.size(); ++i) {
+        const QString &value = values.at(i);
+        if ((i + 1 < m_placeholders.size() && value.contains(Percent))
+            || (!value.isEmpty() && (value.front().isLowSurrogate() || value.back().isHighSurrogate())))
+            usable = false;
+    }
+    if (!usable)
+        return filled(values).toUtf8();
+    QList<QByteArray> encoded;
+    encoded.reserve(values.size());
+    qsizetype size = 0;
+    for (const QString &value : values) {
+        encoded.append(value.toUtf8());
+        size += encoded.constLast().size();
+    }
+    for (const QByteArray &piece : m_utf8Pieces)
+        size += piece.size();
+    QByteArray result;
+    result.reserve(size);
+    for (qsizetype i = 0; i < m_pieces.size(); ++i) {
+        const int slot = m_pieces.at(i).slot;
+        if (slot < 0)
+            result.append(m_utf8Pieces.at(i));
+        else if (slot < encoded.size())
+            result.append(encoded.at(slot));
     }
     return result;
 }

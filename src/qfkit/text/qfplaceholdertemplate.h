@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -22,6 +23,9 @@ public:
 
     // values[i] replaces placeholders[i]; missing values count as empty.
     QString filled(const QStringList &values) const;
+    // filled(values).toUtf8(), with the template's own text encoded once.
+    // Safe on any thread.
+    QByteArray filledUtf8(const QStringList &values) const;
 
 private:
     struct Piece
@@ -36,6 +40,8 @@ private:
     QString m_text;
     QStringList m_placeholders;
     QList<Piece> m_pieces;
+    QList<QByteArray> m_utf8Pieces; // per piece, the template's text as UTF-8
+    bool m_utf8Usable = false;
     qsizetype m_literalLength = 0;
     bool m_splitUsable = false;
 };

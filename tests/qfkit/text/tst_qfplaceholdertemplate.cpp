@@ -49,6 +49,12 @@ void tst_QFPlaceholderTemplate::sameAsReplacingInTurn_data()
         << QStringLiteral("width: 100%; %title% %") << page << QStringList{QString(), QStringLiteral("body"), QString()};
     QTest::newRow("fewer values than placeholders") << QStringLiteral("[%head%|%body%]") << page
                                                     << QStringList{QStringLiteral("h")};
+    QTest::newRow("non-ASCII text and values")
+        << QStringLiteral("<t>Caf\u00e9 %title%</t>\n<b>%body%</b>") << page
+        << QStringList{QString(), QStringLiteral("\u00dcber \U0001F35E"), QStringLiteral("na\u00efve")};
+    QTest::newRow("a surrogate pair split by a slot")
+        << QStringLiteral("<t>\xD83C%title%\xDF5E</t>") << page
+        << QStringList{QString(), QString(), QStringLiteral("x")};
     QTest::newRow("a placeholder without closing percent")
         << QStringLiteral("a%b%c") << QStringList{QStringLiteral("%b"), QStringLiteral("b%")}
         << QStringList{QStringLiteral("1"), QStringLiteral("2")};
@@ -60,7 +66,9 @@ void tst_QFPlaceholderTemplate::sameAsReplacingInTurn()
     QFETCH(QStringList, placeholders);
     QFETCH(QStringList, values);
     const QFPlaceholderTemplate pageTemplate(text, placeholders);
-    QCOMPARE(pageTemplate.filled(values), replacedOneAfterAnother(text, placeholders, values));
+    const QString expected = replacedOneAfterAnother(text, placeholders, values);
+    QCOMPARE(pageTemplate.filled(values), expected);
+    QCOMPARE(pageTemplate.filledUtf8(values), expected.toUtf8());
 }
 
 // Texts and values from small alphabets of placeholder letters, where
@@ -89,7 +97,7 @@ void tst_QFPlaceholderTemplate::sameAsReplacingInTurnOnRandomTexts()
         const QStringList values{randomText(3), randomText(3), randomText(3)};
         const QFPlaceholderTemplate pageTemplate(text, placeholders);
         const QString expected = replacedOneAfterAnother(text, placeholders, values);
-        if (pageTemplate.filled(values) != expected)
+        if (pageTemplate.filled(values) != expected || pageTemplate.filledUtf8(values) != expected.toUtf8())
             QFAIL(qPrintable(QStringLiteral("text %1 values %2").arg(text, values.join(QLatin1Char('|')))));
     }
 }
