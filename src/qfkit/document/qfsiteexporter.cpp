@@ -304,15 +304,56 @@ private:
         plugin->setExportContext(context);
         if (m_exporter.m_cancelled)
             return;
-        const QList<QFExportItem> items = plugin->extraFilesNeededInExportFolder(params);
+        QList<QFExportItem> items;
+        std::shared_ptr<QFTextViewPluginClient::PlacedPages> placed;
+        {
+            plugin->beginPagePlacement(filesFolder);
+            const auto endPlacement = qScopeGuard([&] { placed = plugin->endPagePlacement(); });
+            items = plugin->extraFilesNeededInExportFolder(params);
+        }
         if (m_exporter.m_cancelled)
             return;
 
         ensureFolder(pageFolder);
         writeFile(pageFolder + QLatin1Char('/') + page.fileName, context->placeContent(content, title, 0).toUtf8());
-        for (const QFExportItem &item : items) {
+
+        // Pages the plugin wrote are in the files folder already. Each name
+        // there must still end up holding its last item, so an earlier item
+        // of a placed page's name is not written over it.
+        const bool anyPlaced = placed && !placed->targets.isEmpty();
+        const auto itemName = [](const QFExportItem &item) {
+            return QFSiteLayout::cleanFileName(item.isFile() ? item.filePath() : item.name());
+        };
+        const auto placedTarget = [&](const QFExportItem &item) {
+            if (!anyPlaced || !item.isFile())
+                return QString();
+            // Listed paths are clean already; cleaning all of them would cost more than the lookup.
+            const auto it = placed->targets.constFind(item.filePath());
+            return it != placed->targets.cend() ? *it : placed->targets.value(QDir::cleanPath(item.filePath()));
+        };
+        QHash<QString, qsizetype> lastPlacedItem;
+        QSet<QString> usedNames;
+        if (anyPlaced) {
+            for (qsizetype i = 0; i < items.size(); ++i) {
+                const QString name = itemName(items.at(i));
+                usedNames.insert(name);
+                if (!placedTarget(items.at(i)).isEmpty())
+                    lastPlacedItem.insert(name, i);
+            }
+        }
+        QSet<QString> claimed;
+        for (qsizetype i = 0; i < items.size(); ++i) {
             if (m_exporter.m_cancelled)
                 return;
+            const QFExportItem &item = items.at(i);
+            if (anyPlaced) {
+                if (const QString target = placedTarget(item); !target.isEmpty()) {
+                    claimed.insert(target);
+                    continue;
+                }
+                if (lastPlacedItem.value(itemName(item), -1) > i)
+                    continue;
+            }
             if (item.isFile()) {
                 placeFile(item.filePath(), filesFolder);
             } else if (item.isContentOnlySubpage()) {
@@ -326,7 +367,35 @@ private:
                           context->placeContent(item.html(), title, 1, item.substitutions()).toUtf8());
             }
         }
+        if (anyPlaced)
+            settlePlacedPages(placed, claimed, usedNames);
         copySharedFiles(page);
+    }
+
+    // Once the placed pages are written: counts those the plugin listed and
+    // takes away those it did not, as a scratch file it did not list never
+    // reaches the site.
+    void settlePlacedPages(const std::shared_ptr<QFTextViewPluginClient::PlacedPages> &placed,
+                           const QSet<QString> &claimed, const QSet<QString> &usedNames)
+    {
+        QStringList unlisted;
+        for (const QString &target : std::as_const(placed->targets)) {
+            if (!claimed.contains(target) && !usedNames.contains(QFSiteLayout::cleanFileName(target)))
+                unlisted.append(target);
+        }
+        m_writes.perform([this, placed, claimed, unlisted]() -> std::optional<QString> {
+            for (const QString &target : unlisted)
+                QFile::remove(target);
+            QMutexLocker locker(&placed->mutex);
+            for (const QString &target : claimed) {
+                const auto size = placed->sizes.constFind(target);
+                if (size == placed->sizes.cend())
+                    continue;
+                m_placedFiles.fetch_add(1, std::memory_order_relaxed);
+                m_placedBytes.fetch_add(*size, std::memory_order_relaxed);
+            }
+            return std::nullopt;
+        });
     }
 
     void copySharedFiles(const QFSiteLayout::Page &page)

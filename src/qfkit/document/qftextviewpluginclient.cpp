@@ -13,6 +13,8 @@
 #include <QMutexLocker>
 #include <QUuid>
 
+#include <algorithm>
+
 namespace {
 
 QString processScratchRoot()
@@ -112,7 +114,9 @@ QString QFTextViewPluginClient::scratchRoot() const
 void QFTextViewPluginClient::writeExportFile(const QString &path, const QString &text)
 {
     if (m_fileWriteQueue) {
-        m_fileWriteQueue->write(path, text, QFFileWriteQueue::Failure::Ignore);
+        QFFileWriteQueue::Written written;
+        const QString target = placedPagePath(path, written);
+        m_fileWriteQueue->write(target, text, QFFileWriteQueue::Failure::Ignore, std::move(written));
         return;
     }
     QFile file(path);
@@ -123,7 +127,10 @@ void QFTextViewPluginClient::writeExportFile(const QString &path, const QString 
 void QFTextViewPluginClient::writeExportFile(const QString &path, std::function<QByteArray()> make, qsizetype weight)
 {
     if (m_fileWriteQueue) {
-        m_fileWriteQueue->write(path, std::move(make), weight, QFFileWriteQueue::Failure::Ignore);
+        QFFileWriteQueue::Written written;
+        const QString target = placedPagePath(path, written);
+        m_fileWriteQueue->write(target, std::move(make), weight, QFFileWriteQueue::Failure::Ignore,
+                                std::move(written));
         return;
     }
     QFile file(path);
@@ -136,6 +143,47 @@ void QFTextViewPluginClient::setFileWriteQueue(QFFileWriteQueue *queue)
     m_fileWriteQueue = queue;
 }
 
+void QFTextViewPluginClient::beginPagePlacement(const QString &folder)
+{
+    m_placedPages = std::make_shared<PlacedPages>();
+    m_placedPages->folder = folder;
+}
+
+std::shared_ptr<QFTextViewPluginClient::PlacedPages> QFTextViewPluginClient::endPagePlacement()
+{
+    return std::exchange(m_placedPages, nullptr);
+}
+
+QString QFTextViewPluginClient::placedPagePath(const QString &path, std::function<void(qsizetype)> &written)
+{
+    if (!m_placedPages)
+        return path;
+    QString root;
+    {
+        QMutexLocker locker(&m_scratchMutex);
+        root = m_scratchRoot;
+    }
+    if (root.isEmpty() || !path.startsWith(root + QLatin1Char('/')))
+        return path;
+    // Hidden files are not listed, so they are not placed either.
+    const QString name = QFSiteLayout::cleanFileName(path);
+    if (name.isEmpty() || name.startsWith(QLatin1Char('.')))
+        return path;
+    PlacedPages &placed = *m_placedPages;
+    if (placed.targets.isEmpty() && !QDir().mkpath(placed.folder))
+        return path;
+    const QString writtenPath = QDir::cleanPath(path);
+    const QString target = placed.folder + QLatin1Char('/') + name;
+    if (!placed.targets.contains(writtenPath))
+        placed.namesByFolder[QFileInfo(writtenPath).path()].append(name);
+    placed.targets.insert(writtenPath, target);
+    written = [pages = m_placedPages, target](qsizetype size) {
+        QMutexLocker locker(&pages->mutex);
+        pages->sizes.insert(target, size);
+    };
+    return target;
+}
+
 QList<QFExportItem> QFTextViewPluginClient::directoryContents(const QString &path) const
 {
     QList<QFExportItem> items;
@@ -145,10 +193,24 @@ QList<QFExportItem> QFTextViewPluginClient::directoryContents(const QString &pat
     // a failure there is the exporter's to report.
     if (m_fileWriteQueue)
         m_fileWriteQueue->waitUntilWritten();
-    const QFileInfoList entries = QDir(path).entryInfoList(QDir::Files | QDir::NoDotAndDotDot, QDir::Name);
-    items.reserve(entries.size());
-    for (const QFileInfo &entry : entries)
-        items.append(QFExportItem::file(entry.absoluteFilePath()));
+    const QDir folder(path);
+    QStringList names = folder.entryList(QDir::Files | QDir::NoDotAndDotDot, QDir::Unsorted);
+    if (m_placedPages) {
+        // Pages placed already are not in the folder; a file of the same
+        // name that is, is listed once.
+        const QStringList placed = m_placedPages->namesByFolder.value(QDir::cleanPath(folder.absolutePath()));
+        if (!placed.isEmpty()) {
+            const QSet<QString> onDisk(names.cbegin(), names.cend());
+            for (const QString &name : placed) {
+                if (!onDisk.contains(name))
+                    names.append(name);
+            }
+        }
+    }
+    std::sort(names.begin(), names.end());
+    items.reserve(names.size());
+    for (const QString &name : std::as_const(names))
+        items.append(QFExportItem::file(folder.absoluteFilePath(name)));
     return items;
 }
 

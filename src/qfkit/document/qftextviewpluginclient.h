@@ -6,6 +6,7 @@
 #include "qfkit/text/qfhtmlexporter.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QList>
 #include <QMutex>
 #include <QObject>
@@ -175,6 +176,28 @@ public:
     // null writes at once. Not owned.
     void setFileWriteQueue(QFFileWriteQueue *queue);
 
+    // Pages written with writeExportFile() into the export's scratch folders
+    // while the exporter collects a page's results, as the exporter would
+    // move them afterwards: straight into the page's files folder, under
+    // their file name. A hundred thousand permalink pages are then neither
+    // listed nor renamed. directoryContents() still lists them under the
+    // path the plugin wrote to, so to the plugin nothing changes, except
+    // that such a page cannot be read back from the scratch folder.
+    struct PlacedPages
+    {
+        QString folder;
+        QHash<QString, QString> targets; // path as written (clean) -> file in folder
+        QHash<QString, QStringList> namesByFolder; // scratch folder (clean) -> names, first write first
+        // The size of each target once written whole, set on the writing thread.
+        QMutex mutex;
+        QHash<QString, qsizetype> sizes;
+    };
+    // Begins placing into `folder` (made when the first page goes there) for
+    // the site exporter, on the exporting thread; ends with what was placed.
+    // Only while a write queue is set.
+    void beginPagePlacement(const QString &folder);
+    std::shared_ptr<PlacedPages> endPagePlacement();
+
     // The files directly inside the folder (not its sub-folders, not hidden
     // files), as file results with absolute paths, sorted by name so exports
     // are reproducible; pages queued with writeExportFile() included. Empty
@@ -227,6 +250,10 @@ signals:
     void exportProgress(qint64 done, qint64 total);
 
 private:
+    // Where a page written to `path` goes during a page placement (setting
+    // `written` to record its size), else `path`.
+    QString placedPagePath(const QString &path, std::function<void(qsizetype)> &written);
+
     QPointer<QFSiteDocument> m_document;
     QString m_uniqueID;
     Clock m_clock;
@@ -234,6 +261,7 @@ private:
     QSet<QString> m_scratchRoots;
     QString m_scratchRoot;
     QFFileWriteQueue *m_fileWriteQueue = nullptr;
+    std::shared_ptr<PlacedPages> m_placedPages;
     mutable QMutex m_exportMutex;
     std::shared_ptr<const QFPageExportContext> m_exportContext;
     std::unique_ptr<QFPageLinkResolver> m_linkResolver;

@@ -18,9 +18,10 @@ QFFileWriteQueue::~QFFileWriteQueue()
         m_thread.join();
 }
 
-void QFFileWriteQueue::write(const QString &path, const QString &text, Failure::Handling handling)
+void QFFileWriteQueue::write(const QString &path, const QString &text, Failure::Handling handling, Written written)
 {
     Job job;
+    job.written = std::move(written);
     job.reportFailure = handling == Failure::Report;
     job.path = path;
     job.text = text;
@@ -40,9 +41,10 @@ void QFFileWriteQueue::write(const QString &path, const QByteArray &bytes, Failu
 }
 
 void QFFileWriteQueue::write(const QString &path, std::function<QByteArray()> make, qsizetype weight,
-                             Failure::Handling handling)
+                             Failure::Handling handling, Written written)
 {
     Job job;
+    job.written = std::move(written);
     job.reportFailure = handling == Failure::Report;
     job.path = path;
     job.make = std::move(make);
@@ -103,6 +105,8 @@ void QFFileWriteQueue::run()
                 || !file.flush()) {
                 if (job.reportFailure)
                     failure = Failure{job.path, file.errorString()};
+            } else if (job.written) {
+                job.written(bytes.size());
             }
         }
 

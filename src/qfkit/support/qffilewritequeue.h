@@ -36,13 +36,18 @@ public:
     ~QFFileWriteQueue();
     Q_DISABLE_COPY_MOVE(QFFileWriteQueue)
 
+    // Called on the writing thread with the size of a file once it is
+    // written whole; never for a file that could not be written.
+    using Written = std::function<void(qsizetype size)>;
+
     // Creates or truncates the file at `path`.
-    void write(const QString &path, const QString &text, Failure::Handling handling = Failure::Report);
+    void write(const QString &path, const QString &text, Failure::Handling handling = Failure::Report,
+               Written written = {});
     void write(const QString &path, const QByteArray &bytes, Failure::Handling handling = Failure::Report);
     // The bytes are made by `make` on the writing thread; `weight` is what
     // they count against the limit meanwhile.
     void write(const QString &path, std::function<QByteArray()> make, qsizetype weight,
-               Failure::Handling handling = Failure::Report);
+               Failure::Handling handling = Failure::Report, Written written = {});
 
     // Runs task on the writing thread once everything queued before it is
     // written (moving a written file into place, say). A text it returns is
@@ -63,6 +68,7 @@ private:
         bool reportFailure = true;
         std::function<std::optional<QString>()> task;
         std::function<QByteArray()> make;
+        Written written;
         qsizetype weight = 0;
     };
 

@@ -84,8 +84,14 @@ public:
             page.replace(QLatin1String("%charset%"), params.value(QStringLiteral("pagecharset")).toString());
             page.replace(QLatin1String("%fixed_title%"), QStringLiteral("Entry %1").arg(i));
             page.replace(QLatin1String("%fixed_body%"), QStringLiteral("Body %1").arg(i));
-            writeText(folder + QStringLiteral("/entry-%1.html").arg(i), page.toUtf8());
+            if (queuedPages)
+                writeExportFile(folder + QStringLiteral("/entry-%1.html").arg(i), page);
+            else
+                writeText(folder + QStringLiteral("/entry-%1.html").arg(i), page.toUtf8());
         }
+        // A queued page the plugin does not list must not reach the site.
+        if (queuedPages)
+            writeExportFile(tempFilesDirectory(QStringLiteral("Stray")) + QStringLiteral("/stray.html"), QStringLiteral("stray"));
         if (failure == Failure::CancelDuringFiles)
             exporter->cancel();
         QList<QFExportItem> items;
@@ -94,6 +100,9 @@ public:
             only.setSubstitution(QStringLiteral("title"), QStringLiteral("Only <Title>"));
             items.append(only);
         }
+        // An earlier item of a queued page's name loses to the page.
+        if (queuedPages)
+            items.append(contentOnlySubpageWithHTML(QStringLiteral("<p>earlier</p>"), QStringLiteral("entry-1.html")));
         items.append(directoryContents(folder));
         return items;
     }
@@ -102,6 +111,7 @@ public:
     void siteExportDidEnd() override { events += QStringLiteral("end;"); }
 
     Failure failure = Failure::None;
+    bool queuedPages = false;
     QFSiteExporter *exporter = nullptr;
     QVariantMap contentParams;
     QString scratchFolder;
@@ -183,10 +193,14 @@ void tst_QFSiteExporter::placesPagesFilesAndThemeByDepth_data()
     QTest::addColumn<QString>("prefix"); // the page's folder in the output
     QTest::addColumn<QString>("up");     // from the main file to the site root
     QTest::addColumn<QString>("files");  // the page's files folder in the output
+    QTest::addColumn<bool>("queuedPages"); // pages written through the export's queue
 
-    QTest::newRow("second page at the root") << "" << "" << "" << "trips-files/";
-    QTest::newRow("page two folders down") << "travel/2024" << "travel/2024/" << "../../" << "travel/2024/files/";
-    QTest::newRow("folder climbing out stays inside") << "../../travel" << "travel/" << "../" << "travel/files/";
+    QTest::newRow("second page at the root") << "" << "" << "" << "trips-files/" << false;
+    QTest::newRow("page two folders down") << "travel/2024" << "travel/2024/" << "../../" << "travel/2024/files/" << false;
+    QTest::newRow("folder climbing out stays inside") << "../../travel" << "travel/" << "../" << "travel/files/" << false;
+    QTest::newRow("queued pages, second page at the root") << "" << "" << "" << "trips-files/" << true;
+    QTest::newRow("queued pages, page two folders down")
+        << "travel/2024" << "travel/2024/" << "../../" << "travel/2024/files/" << true;
 }
 
 void tst_QFSiteExporter::placesPagesFilesAndThemeByDepth()
@@ -195,9 +209,11 @@ void tst_QFSiteExporter::placesPagesFilesAndThemeByDepth()
     QFETCH(QString, prefix);
     QFETCH(QString, up);
     QFETCH(QString, files);
+    QFETCH(bool, queuedPages);
 
-    addPage(QStringLiteral("home.html"), QStringLiteral("Home"));
+    addPage(QStringLiteral("home.html"), QStringLiteral("Home"))->queuedPages = queuedPages;
     FixedPlugin *trips = addPage(QStringLiteral("trips"), QStringLiteral("Trips"), folder);
+    trips->queuedPages = queuedPages;
     QFSiteExporter exporter(*m_document, &m_registry);
     const QString out = m_dir->filePath(QStringLiteral("out"));
     const QFSiteExporter::Summary summary = exporter.exportTo(out);
@@ -213,8 +229,13 @@ void tst_QFSiteExporter::placesPagesFilesAndThemeByDepth()
     expected.sort();
     QCOMPARE(tree(out), expected);
     QCOMPARE(summary.files, qint64(expected.size()));
+    qint64 bytes = 0;
+    for (const QString &file : std::as_const(expected))
+        bytes += QFileInfo(out + QLatin1Char('/') + file).size();
+    QCOMPARE(summary.bytes, bytes);
     // Moved, not copied: the scratch folder is gone with the export.
     QVERIFY(!QFileInfo::exists(trips->scratchFolder));
+    QVERIFY(readText(out + QLatin1Char('/') + files + QStringLiteral("entry-1.html")).contains(QStringLiteral("Body 1")));
 
     const QString main = readText(out + QLatin1Char('/') + prefix + QStringLiteral("trips.html"));
     QVERIFY(main.contains(QStringLiteral("<p class=\"fixed-main\">Main %fixed_kept%</p>")));
