@@ -9,6 +9,7 @@
 #include "qfkit/coding/qfkeyedunarchiver.h"
 #include "qfkit/coding/qfunarchiver.h"
 #include "qfkit/support/qfexception.h"
+#include "qfkit/support/qffilewritequeue.h"
 #include "qfkit/support/qflog.h"
 
 #include <QDate>
@@ -213,6 +214,25 @@ QFBlogEntryPtr QFBlogEntry::blogEntryWithDictionary(QVariantMap &dictionary, QFB
     return entry;
 }
 
+QFBlogEntryPtr QFBlogEntry::blogEntryWithDictionary(QVariantMap &dictionary, QFBlogPlugin *blogPlugin,
+                                                    QFFileWriteQueue &textEncoding)
+{
+    auto entry = std::make_shared<QFBlogEntry>(blogPlugin);
+    PendingTexts texts;
+    if (!entry->initWithDictionary(dictionary, &texts))
+        return nullptr;
+    if (texts.entry || texts.summary) {
+        textEncoding.perform([entry, texts = std::move(texts)]() -> std::optional<QString> {
+            if (texts.entry)
+                entry->setEntry(texts.entry);
+            if (texts.summary)
+                entry->setEntrySummary(texts.summary);
+            return std::nullopt;
+        });
+    }
+    return entry;
+}
+
 QFBlogEntryPtr QFBlogEntry::blogEntryWithDictionary(const QVariantMap &dictionary, QFBlogPlugin *blogPlugin)
 {
     QVariantMap copy = dictionary;
@@ -226,7 +246,7 @@ QFBlogEntry *QFBlogEntry::mutableCopy()
     return this;
 }
 
-bool QFBlogEntry::initWithDictionary(QVariantMap &dictionary)
+bool QFBlogEntry::initWithDictionary(QVariantMap &dictionary, PendingTexts *pending)
 {
     m_podcastOverride = QVariantMap();
     m_customTags.clear();
@@ -247,7 +267,10 @@ bool QFBlogEntry::initWithDictionary(QVariantMap &dictionary)
         if (!checkType(dictionary, key, Expected::StyledText))
             return false;
         if (const auto text = styledTextIn(dictionary.value(key))) {
-            if (key == QLatin1String("entry"))
+            const bool body = key == QLatin1String("entry");
+            if (pending)
+                (body ? pending->entry : pending->summary) = text;
+            else if (body)
                 setEntry(text);
             else
                 setEntrySummary(text);
