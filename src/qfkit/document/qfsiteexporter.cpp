@@ -208,6 +208,15 @@ private:
         m_summary.bytes += bytes.size();
     }
 
+    // The same for bytes made on the writing thread; they are counted once written.
+    void writeFile(const QString &path, std::function<QByteArray()> make, qsizetype weight)
+    {
+        m_writes.write(path, std::move(make), weight, QFFileWriteQueue::Failure::Report, [this](qsizetype size) {
+            m_placedFiles.fetch_add(1, std::memory_order_relaxed);
+            m_placedBytes.fetch_add(size, std::memory_order_relaxed);
+        });
+    }
+
     void drainWrites()
     {
         const std::optional<QFFileWriteQueue::Failure> failure = m_writes.waitUntilWritten();
@@ -363,8 +372,14 @@ private:
                     continue;
                 }
                 ensureFolder(filesFolder);
-                writeFile(filesFolder + QLatin1Char('/') + name,
-                          context->placeContent(item.html(), title, 1, item.substitutions()).toUtf8());
+                // A tag or category page of a large blog runs to megabytes:
+                // it is put in the theme and encoded on the writing thread.
+                writeFile(
+                    filesFolder + QLatin1Char('/') + name,
+                    [context, title, html = item.html(), substitutions = item.substitutions()] {
+                        return context->placeContent(html, title, 1, substitutions).toUtf8();
+                    },
+                    item.html().size() * qsizetype(sizeof(QChar)));
             }
         }
         if (anyPlaced)
