@@ -67,16 +67,26 @@ void QFFileWriteQueue::enqueue(Job &&job)
     if (!m_thread.joinable())
         m_thread = std::thread([this] { run(); });
     // One job larger than the limit still goes in once the queue is empty.
-    m_changed.wait(lock, [&] { return m_jobs.empty() || m_pendingBytes + job.weight <= m_maxPendingBytes; });
+    const auto room = [&] { return m_jobs.empty() || m_pendingBytes + job.weight <= m_maxPendingBytes; };
+    if (!room()) {
+        m_changed.notify_all();
+        m_changed.wait(lock, room);
+    }
     m_pendingBytes += job.weight;
     m_jobs.push_back(std::move(job));
+    // Waking the thread for every small job (a post's text, a short page)
+    // costs two context switches each; it is woken for a batch instead, and
+    // by whoever waits for room or for the queue to empty.
+    const bool wake = m_jobs.size() >= WakeJobs || m_pendingBytes >= WakeBytes;
     lock.unlock();
-    m_changed.notify_all();
+    if (wake)
+        m_changed.notify_all();
 }
 
 std::optional<QFFileWriteQueue::Failure> QFFileWriteQueue::waitUntilWritten()
 {
     std::unique_lock lock(m_mutex);
+    m_changed.notify_all();
     m_changed.wait(lock, [&] { return m_jobs.empty() && !m_busy; });
     return m_failure;
 }

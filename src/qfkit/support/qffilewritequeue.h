@@ -15,13 +15,15 @@
 //
 // write() returns at once unless more than the byte limit is waiting, in
 // which case it waits for room: memory stays bounded however fast the
-// producer is. Text is encoded as UTF-8 on the writing thread.
+// producer is. Text is encoded as UTF-8 on the writing thread. Small jobs
+// are started in batches: a job may wait until more follow, room is needed,
+// the queue is waited for or goes away.
 //
 // Nothing is reported as it happens: waitUntilWritten() waits for the queue
 // to empty and returns the first failure of a file written with
 // Failure::Report, after which the queue writes nothing more; a file written
-// with Failure::Ignore is simply missing when it cannot be written. The destructor waits for what is queued. One producer
-// thread at a time.
+// with Failure::Ignore is simply missing when it cannot be written. The
+// destructor waits for what is queued. One producer thread at a time.
 class QFFileWriteQueue final
 {
 public:
@@ -71,6 +73,9 @@ private:
         Written written;
         qsizetype weight = 0;
     };
+
+    static constexpr size_t WakeJobs = 64;
+    static constexpr qsizetype WakeBytes = qsizetype(1) << 20;
 
     void enqueue(Job &&job);
     void run();
