@@ -172,10 +172,14 @@ QString QFTextViewPluginClient::placedPagePath(const QString &path, std::functio
     PlacedPages &placed = *m_placedPages;
     if (placed.targets.isEmpty() && !QDir().mkpath(placed.folder))
         return path;
-    const QString writtenPath = QDir::cleanPath(path);
+    // Cleaning every path costs more than the rest together; a plugin's
+    // paths are clean already.
+    const bool clean = !path.contains(QLatin1String("//")) && !path.contains(QLatin1String("/./"))
+        && !path.contains(QLatin1String("/../")) && !path.endsWith(QLatin1Char('/'));
+    const QString writtenPath = clean ? path : QDir::cleanPath(path);
     const QString target = placed.folder + QLatin1Char('/') + name;
     if (!placed.targets.contains(writtenPath))
-        placed.namesByFolder[QFileInfo(writtenPath).path()].append(name);
+        placed.namesByFolder[writtenPath.left(writtenPath.lastIndexOf(QLatin1Char('/')))].append(name);
     placed.targets.insert(writtenPath, target);
     written = [pages = m_placedPages, target](qsizetype size) {
         QMutexLocker locker(&pages->mutex);
