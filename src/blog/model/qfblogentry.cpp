@@ -9,7 +9,6 @@
 #include "qfkit/coding/qfkeyedunarchiver.h"
 #include "qfkit/coding/qfunarchiver.h"
 #include "qfkit/support/qfexception.h"
-#include "qfkit/support/qffilewritequeue.h"
 #include "qfkit/support/qflog.h"
 
 #include <QDate>
@@ -214,25 +213,6 @@ QFBlogEntryPtr QFBlogEntry::blogEntryWithDictionary(QVariantMap &dictionary, QFB
     return entry;
 }
 
-QFBlogEntryPtr QFBlogEntry::blogEntryWithDictionary(QVariantMap &dictionary, QFBlogPlugin *blogPlugin,
-                                                    QFFileWriteQueue &textEncoding)
-{
-    auto entry = std::make_shared<QFBlogEntry>(blogPlugin);
-    PendingTexts texts;
-    if (!entry->initWithDictionary(dictionary, &texts))
-        return nullptr;
-    if (texts.entry || texts.summary) {
-        textEncoding.perform([entry, texts = std::move(texts)]() -> std::optional<QString> {
-            if (texts.entry)
-                entry->setEntry(texts.entry);
-            if (texts.summary)
-                entry->setEntrySummary(texts.summary);
-            return std::nullopt;
-        });
-    }
-    return entry;
-}
-
 QFBlogEntryPtr QFBlogEntry::blogEntryWithDictionary(const QVariantMap &dictionary, QFBlogPlugin *blogPlugin)
 {
     QVariantMap copy = dictionary;
@@ -246,7 +226,7 @@ QFBlogEntry *QFBlogEntry::mutableCopy()
     return this;
 }
 
-bool QFBlogEntry::initWithDictionary(QVariantMap &dictionary, PendingTexts *pending)
+bool QFBlogEntry::initWithDictionary(QVariantMap &dictionary)
 {
     m_podcastOverride = QVariantMap();
     m_customTags.clear();
@@ -267,10 +247,7 @@ bool QFBlogEntry::initWithDictionary(QVariantMap &dictionary, PendingTexts *pend
         if (!checkType(dictionary, key, Expected::StyledText))
             return false;
         if (const auto text = styledTextIn(dictionary.value(key))) {
-            const bool body = key == QLatin1String("entry");
-            if (pending)
-                (body ? pending->entry : pending->summary) = text;
-            else if (body)
+            if (key == QLatin1String("entry"))
                 setEntry(text);
             else
                 setEntrySummary(text);

@@ -21,7 +21,6 @@
 #include <optional>
 
 class QFBlogPlugin;
-class QFFileWriteQueue;
 class QFKeyedUnarchiver;
 class QFUnarchiver;
 
@@ -100,11 +99,6 @@ public:
     // on a copy.
     static QFBlogEntryPtr blogEntryWithDictionary(QVariantMap &dictionary, QFBlogPlugin *blogPlugin);
     static QFBlogEntryPtr blogEntryWithDictionary(const QVariantMap &dictionary, QFBlogPlugin *blogPlugin);
-    // The same while a whole record is read: the body and summary are
-    // encoded for keeping by a task on `textEncoding`, so the next post is
-    // read meanwhile. Neither may be read before that queue is drained.
-    static QFBlogEntryPtr blogEntryWithDictionary(QVariantMap &dictionary, QFBlogPlugin *blogPlugin,
-                                                  QFFileWriteQueue &textEncoding);
 
     // Reads this post's own dictionary form back into it, with its own plugin,
     // and answers this same post: no second post is made. The plugin's
@@ -312,14 +306,7 @@ signals:
     void customTagsChanged();
 
 private:
-    // Texts read from a dictionary and not yet set.
-    struct PendingTexts
-    {
-        std::optional<QFStyledText> entry;
-        std::optional<QFStyledText> summary;
-    };
-    // With `pending`, the body and summary are left there instead of set.
-    bool initWithDictionary(QVariantMap &dictionary, PendingTexts *pending = nullptr);
+    bool initWithDictionary(QVariantMap &dictionary);
     void broadcast();
     QVariant entryValue() const;
     void setEntryValue(const QVariant &value);

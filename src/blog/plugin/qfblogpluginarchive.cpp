@@ -8,7 +8,6 @@
 #include "blog/plugin/qfblogpluginindexes.h"
 #include "qfkit/coding/qfarchiver.h"
 #include "qfkit/coding/qfunarchiver.h"
-#include "qfkit/support/qffilewritequeue.h"
 #include "qfkit/support/qflog.h"
 
 #include <QCoreApplication>
@@ -357,23 +356,16 @@ void QFBlogPlugin::performInitWithCoder(QFUnarchiver &coder)
     // Posts, now that their categories are in place. One that cannot be read
     // is left out; the dictionary reader has logged why.
     emit blogEntriesAboutToChange();
-    {
-        // Encoding the texts for keeping takes about a third of the reading;
-        // a second thread does it while the next posts are read. The queue
-        // runs tasks in order on a thread of its own, as it writes files.
-        QFFileWriteQueue textEncoding;
-        coder.decodeArrayElements(postDictionaries, [this, &textEncoding](QVariant &&dictionary) {
-            if (dictionary.typeId() != QMetaType::QVariantMap)
-                return;
-            QVariantMap fields = dictionary.toMap();
-            dictionary = QVariant();
-            if (QFBlogEntryPtr entry = QFBlogEntry::blogEntryWithDictionary(fields, this, textEncoding)) {
-                entry->setBlogPlugin(this);
-                _blogEntries.append(entry);
-            }
-        });
-        textEncoding.waitUntilWritten();
-    }
+    coder.decodeArrayElements(postDictionaries, [this](QVariant &&dictionary) {
+        if (dictionary.typeId() != QMetaType::QVariantMap)
+            return;
+        QVariantMap fields = dictionary.toMap();
+        dictionary = QVariant();
+        if (QFBlogEntryPtr entry = QFBlogEntry::blogEntryWithDictionary(fields, this)) {
+            entry->setBlogPlugin(this);
+            _blogEntries.append(entry);
+        }
+    });
     emit blogEntriesChanged();
 
     ifPresent(readString(), [this](const QString &v) { setCategorySeparator(v); });
