@@ -56,7 +56,7 @@ QString tst_QFBlogImportMTCommand::writeFile(const QString &name, const QByteArr
 
 QJsonArray tst_QFBlogImportMTCommand::posts() const
 {
-    const Run run = quillfen({QStringLiteral("post"), QStringLiteral("list"), m_site, QStringLiteral("--json")});
+    const Run run = quillfen({"post", "list", m_site, "--json"});
     return QJsonDocument::fromJson(run.out.toUtf8()).array();
 }
 
@@ -65,17 +65,16 @@ void tst_QFBlogImportMTCommand::init()
     m_dir = std::make_unique<QTemporaryDir>();
     QVERIFY(m_dir->isValid());
     m_site = m_dir->filePath(QStringLiteral("site.qfsite"));
-    const Run made = quillfen({QStringLiteral("new"), m_site});
+    const Run made = quillfen({"new", m_site});
     QVERIFY2(made.code == 0, qPrintable(made.err));
-    const Run added = quillfen({QStringLiteral("category"), QStringLiteral("add"), m_site, QStringLiteral("Food")});
+    const Run added = quillfen({"category", "add", m_site, "Food"});
     QVERIFY2(added.code == 0, qPrintable(added.err));
 }
 
 void tst_QFBlogImportMTCommand::entriesLandWithMappedCategories()
 {
     const QString file = writeFile(QStringLiteral("export.txt"), kTwoEntries);
-    const Run run = quillfen({QStringLiteral("import-mt"), m_site, file, QStringLiteral("--map"),
-                              QStringLiteral("Cooking=food")});
+    const Run run = quillfen({"import-mt", m_site, file, "--map", "Cooking=food"});
     QVERIFY2(run.code == 0, qPrintable(run.err));
     QVERIFY2(run.out.contains(QStringLiteral("Found 2 entries")), qPrintable(run.out));
     QVERIFY2(run.out.contains(QStringLiteral("  Trips -> None\n  Misc -> None\n  Cooking -> Food\n")), qPrintable(run.out));
@@ -85,19 +84,18 @@ void tst_QFBlogImportMTCommand::entriesLandWithMappedCategories()
     QCOMPARE(list.size(), 2);
     const QJsonObject stew = list.at(0).toObject();
     const QJsonObject ferries = list.at(1).toObject();
-    QCOMPARE(ferries.value(QStringLiteral("title")).toString(), QStringLiteral("Ferries"));
-    QCOMPARE(ferries.value(QStringLiteral("date")).toString(), QStringLiteral("2026-03-14T09:30:00+01:00"));
-    QCOMPARE(ferries.value(QStringLiteral("draft")).toBool(), false);
-    QCOMPARE(ferries.value(QStringLiteral("categories")).toArray(), QJsonArray()); // None is not listed
-    QCOMPARE(stew.value(QStringLiteral("date")).toString(), QStringLiteral("2026-03-15T20:00:00+01:00"));
-    QCOMPARE(stew.value(QStringLiteral("draft")).toBool(), true);
-    QCOMPARE(stew.value(QStringLiteral("categories")).toArray(), QJsonArray({QStringLiteral("Food")}));
+    QCOMPARE(ferries.value("title").toString(), QStringLiteral("Ferries"));
+    QCOMPARE(ferries.value("date").toString(), QStringLiteral("2026-03-14T09:30:00+01:00"));
+    QCOMPARE(ferries.value("draft").toBool(), false);
+    QCOMPARE(ferries.value("categories").toArray(), QJsonArray()); // None is not listed
+    QCOMPARE(stew.value("date").toString(), QStringLiteral("2026-03-15T20:00:00+01:00"));
+    QCOMPARE(stew.value("draft").toBool(), true);
+    QCOMPARE(stew.value("categories").toArray(), QJsonArray({QStringLiteral("Food")}));
 
-    const Run shown = quillfen({QStringLiteral("post"), QStringLiteral("show"), m_site,
-                                QString::number(stew.value(QStringLiteral("id")).toInt()), QStringLiteral("--json")});
+    const Run shown = quillfen({"post", "show", m_site, QString::number(stew.value("id").toInt()), "--json"});
     const QJsonObject full = QJsonDocument::fromJson(shown.out.toUtf8()).object();
-    QCOMPARE(full.value(QStringLiteral("summary")).toString(), QStringLiteral("Hot."));
-    QCOMPARE(full.value(QStringLiteral("body")).toString(), QStringLiteral("Very hot."));
+    QCOMPARE(full.value("summary").toString(), QStringLiteral("Hot."));
+    QCOMPARE(full.value("body").toString(), QStringLiteral("Very hot."));
 }
 
 void tst_QFBlogImportMTCommand::filesTheReaderCannotTakeNeedConvert_data()
@@ -123,19 +121,19 @@ void tst_QFBlogImportMTCommand::filesTheReaderCannotTakeNeedConvert()
     QFETCH(QString, title);
 
     const QString file = writeFile(QStringLiteral("export.txt"), bytes);
-    const Run refused = quillfen({QStringLiteral("import-mt"), m_site, file});
+    const Run refused = quillfen({"import-mt", m_site, file});
     QCOMPARE(refused.code, 1);
     QVERIFY2(refused.err.contains(refusal), qPrintable(refused.err));
     QVERIFY2(refused.err.contains(QStringLiteral("--convert")), qPrintable(refused.err));
     QVERIFY2(refused.err.contains(QStringLiteral("export.txt")), qPrintable(refused.err));
     QCOMPARE(posts().size(), 0);
 
-    const Run converted = quillfen({QStringLiteral("import-mt"), m_site, file, QStringLiteral("--convert")});
+    const Run converted = quillfen({"import-mt", m_site, file, "--convert"});
     QVERIFY2(converted.code == 0, qPrintable(converted.err));
     const QJsonArray list = posts();
     QCOMPARE(list.size(), 2);
-    QCOMPARE(list.at(1).toObject().value(QStringLiteral("title")).toString(), title);
-    QCOMPARE(list.at(1).toObject().value(QStringLiteral("date")).toString(), QStringLiteral("2026-03-14T09:30:00+01:00"));
+    QCOMPARE(list.at(1).toObject().value("title").toString(), title);
+    QCOMPARE(list.at(1).toObject().value("date").toString(), QStringLiteral("2026-03-14T09:30:00+01:00"));
 }
 
 void tst_QFBlogImportMTCommand::refusedBeforeAnythingChanges_data()
@@ -162,7 +160,7 @@ void tst_QFBlogImportMTCommand::refusedBeforeAnythingChanges()
     QFETCH(QString, message);
 
     const QString file = writeFile(QStringLiteral("export.txt"), bytes);
-    const Run run = quillfen(QStringList{QStringLiteral("import-mt"), m_site, file} + options);
+    const Run run = quillfen(QStringList{"import-mt", m_site, file} + options);
     QCOMPARE(run.code, code);
     QVERIFY2(run.err.contains(message), qPrintable(run.err));
     QCOMPARE(posts().size(), 0);

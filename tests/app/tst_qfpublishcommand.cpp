@@ -7,9 +7,10 @@
 #include <QtTest>
 
 using Run = QuillfenRun;
+using Reply = LoopbackHttpServer::Reply;
 
-// `quillfen publish`, run as a user runs it, against a weblog directory on
-// the loopback interface.
+// `quillfen publish` and `quillfen ping`, run as a user runs them, against
+// weblog directories on the loopback interface.
 class tst_QFPublishCommand : public QObject
 {
     Q_OBJECT
@@ -19,9 +20,12 @@ private slots:
     void publishPingsAsTheSwitchSays_data();
     void publishPingsAsTheSwitchSays();
     void failedExportPingsNothing();
+    void pingReportsEachService_data();
+    void pingReportsEachService();
 
 private:
     Run quillfen(QStringList arguments) const;
+    QByteArray siteBytes() const;
 
     std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<LoopbackHttpServer> m_server;
@@ -30,10 +34,13 @@ private:
 
 namespace {
 
-const QByteArray thanks = "<?xml version=\"1.0\"?><methodResponse><params><param><value><struct>"
-                          "<member><name>flerror</name><value><boolean>0</boolean></value></member>"
-                          "<member><name>message</name><value><string>Thanks for the ping.</string></value></member>"
-                          "</struct></value></param></params></methodResponse>";
+QByteArray reply(const char *flerror, const char *message)
+{
+    return QByteArray("<?xml version=\"1.0\"?><methodResponse><params><param><value><struct>"
+                      "<member><name>flerror</name><value><boolean>")
+        + flerror + "</boolean></value></member><member><name>message</name><value><string>" + message
+        + "</string></value></member></struct></value></param></params></methodResponse>";
+}
 
 } // namespace
 
@@ -42,9 +49,15 @@ Run tst_QFPublishCommand::quillfen(QStringList arguments) const
     for (QString &argument : arguments) {
         argument.replace(QLatin1String("SITE"), m_site);
         argument.replace(QLatin1String("DIR"), m_dir->path());
-        argument.replace(QLatin1String("PINGURL"), m_server->url("/rpc"));
+        argument.replace(QLatin1String("SERVER"), m_server->url(""));
     }
     return runQuillfen(arguments, m_dir->path());
+}
+
+QByteArray tst_QFPublishCommand::siteBytes() const
+{
+    QFile file(m_site);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 void tst_QFPublishCommand::init()
@@ -52,12 +65,14 @@ void tst_QFPublishCommand::init()
     m_dir = std::make_unique<QTemporaryDir>();
     QVERIFY(m_dir->isValid());
     m_server = std::make_unique<LoopbackHttpServer>();
-    m_server->setReply("/rpc", LoopbackHttpServer::Reply{200, "text/xml", thanks, 0});
+    m_server->setReply("/good", Reply{200, "text/xml", reply("0", "Thanks for the ping."), 0});
+    m_server->setReply("/bad", Reply{200, "text/xml", reply("1", "Rejected"), 0});
+    m_server->setReply("/form", Reply{200, "text/html", "<p>ok</p>", 0});
     m_site = m_dir->filePath(QStringLiteral("site.qfsite"));
     const QList<QStringList> steps = {
         {"new", "SITE", "--title", "Field Notes", "--base-url", "http://example.org/"},
         {"post", "add", "SITE", "--title", "First light", "--date", "2024-05-01T09:00:00"},
-        {"set", "SITE", "pingSettings", R"([{"name":"loopback","url":"PINGURL","rpc":true}])"},
+        {"set", "SITE", "pingSettings", R"([{"name":"loopback","url":"SERVER/good","rpc":true}])"},
     };
     for (const QStringList &step : steps) {
         const Run run = quillfen(step);
@@ -74,7 +89,6 @@ void tst_QFPublishCommand::publishPingsAsTheSwitchSays_data()
     QTest::newRow("switch off") << "false" << QStringList() << 0;
     QTest::newRow("switch on") << "true" << QStringList() << 1;
     QTest::newRow("switch off, --ping") << "false" << QStringList{QStringLiteral("--ping")} << 1;
-    QTest::newRow("switch on, --ping") << "true" << QStringList{QStringLiteral("--ping")} << 1;
 }
 
 void tst_QFPublishCommand::publishPingsAsTheSwitchSays()
@@ -85,25 +99,18 @@ void tst_QFPublishCommand::publishPingsAsTheSwitchSays()
 
     const Run set = quillfen({"set", "SITE", "enablePing", enablePing});
     QVERIFY2(set.code == 0, qPrintable(set.err));
-    const QByteArray before = [this] {
-        QFile file(m_site);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }();
+    const QByteArray before = siteBytes();
 
     const Run run = quillfen(QStringList{"publish", "SITE", "DIR/out"} + options);
     QVERIFY2(run.code == 0, qPrintable(run.err));
     QVERIFY2(run.out.startsWith(QLatin1String("Exported ")), qPrintable(run.out));
     QVERIFY(QFileInfo::exists(m_dir->filePath(QStringLiteral("out/quillfen.css"))));
-    QCOMPARE(m_server->requestCount("/rpc"), pings);
-    // The ping names the site and its address.
+    QCOMPARE(m_server->requestCount("/good"), pings);
     if (pings)
         QVERIFY(m_server->requests().constFirst().body.contains("<param><value>http://example.org/</value></param>"));
     QCOMPARE(run.err.contains(QLatin1String("Success: Directories sucessfully pinged")), pings > 0);
-
     // --ping is for this run only: the site file is not touched.
-    QFile file(m_site);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), before);
+    QCOMPARE(siteBytes(), before);
 }
 
 void tst_QFPublishCommand::failedExportPingsNothing()
@@ -114,7 +121,41 @@ void tst_QFPublishCommand::failedExportPingsNothing()
     const Run run = quillfen({"publish", "SITE", "SITE/out", "--ping"});
     QCOMPARE(run.code, 1);
     QVERIFY(!run.out.contains(QLatin1String("Exported")));
-    QCOMPARE(m_server->requestCount("/rpc"), 0);
+    QCOMPARE(m_server->requestCount("/good"), 0);
+}
+
+void tst_QFPublishCommand::pingReportsEachService_data()
+{
+    QTest::addColumn<QString>("services"); // JSON, SERVER is the loopback address
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("out");
+    QTest::addColumn<QString>("alert");
+    QTest::addColumn<int>("goodPings");
+
+    QTest::newRow("all pinged")
+        << R"([{"name":"one","url":"SERVER/good","rpc":true},{"name":"form","url":"SERVER/form","rpc":false}])" << 0
+        << "one: ok\nform: ok\n" << "Success: Directories sucessfully pinged" << 1;
+    QTest::newRow("failure stops the run")
+        << R"([{"name":"strict","url":"SERVER/bad","rpc":true},{"name":"one","url":"SERVER/good","rpc":true}])"
+        << 1 << "strict: failed: Rejected\none: not pinged\n" << "Ping failed for blog 'strict': Rejected" << 0;
+    QTest::newRow("no services") << "[]" << 0 << "" << "Success: Directories sucessfully pinged" << 0;
+}
+
+void tst_QFPublishCommand::pingReportsEachService()
+{
+    QFETCH(QString, services);
+    QFETCH(int, code);
+    QFETCH(QString, out);
+    QFETCH(QString, alert);
+    QFETCH(int, goodPings);
+
+    const Run set = quillfen({"set", "SITE", "pingSettings", services});
+    QVERIFY2(set.code == 0, qPrintable(set.err));
+    const Run run = quillfen({"ping", "SITE"});
+    QCOMPARE(run.code, code);
+    QCOMPARE(run.out, out);
+    QVERIFY2(run.err.contains(alert), qPrintable(run.err));
+    QCOMPARE(m_server->requestCount("/good"), goodPings);
 }
 
 QTEST_GUILESS_MAIN(tst_QFPublishCommand)

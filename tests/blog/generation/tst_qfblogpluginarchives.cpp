@@ -75,10 +75,7 @@ void addPosts(QFBlogPlugin &plugin, const PostFixtures &posts)
     }
 }
 
-const QVariantMap kParams{{QStringLiteral("FilenameExt"), QStringLiteral("html")},
-                          {QStringLiteral("filesfoldername"), QStringLiteral("files")},
-                          {QStringLiteral("name"), QStringLiteral("blog.html")},
-                          {QStringLiteral("title"), QStringLiteral("My Blog")}};
+const QVariantMap kParams{{"FilenameExt", "html"}, {"filesfoldername", "files"}, {"name", "blog.html"}, {"title", "My Blog"}};
 
 QVariantMap contentOnly(QVariantMap params = kParams)
 {
@@ -186,39 +183,28 @@ void tst_QFBlogPluginArchives::bucketsAndNextPeriods()
 
 void tst_QFBlogPluginArchives::mostRecentPostBucket_data()
 {
-    QTest::addColumn<QList<QDateTime>>("published");
-    QTest::addColumn<QList<QDateTime>>("drafts");
+    QTest::addColumn<PostFixtures>("posts");
     QTest::addColumn<QDateTime>("bucket");
 
     // The plugin's clock says 9 May 2030.
     QTest::newRow("latest published post")
-        << QList<QDateTime>{local(2024, 1, 5), local(2024, 3, 7), local(2024, 2, 1)} << QList<QDateTime>{}
-        << local(2024, 3, 1);
-    QTest::newRow("a newer draft does not count")
-        << QList<QDateTime>{local(2024, 1, 5)} << QList<QDateTime>{local(2024, 6, 1)} << local(2024, 1, 1);
-    QTest::newRow("only drafts: today's period")
-        << QList<QDateTime>{} << QList<QDateTime>{local(2024, 6, 1)} << local(2030, 5, 1);
+        << PostFixtures{post(2024, 1, 5), post(2024, 3, 7), post(2024, 2, 1)} << local(2024, 3, 1);
+    QTest::newRow("a newer draft does not count") << PostFixtures{post(2024, 1, 5), draft(2024, 6, 1)} << local(2024, 1, 1);
+    QTest::newRow("only drafts: today's period") << PostFixtures{draft(2024, 6, 1)} << local(2030, 5, 1);
 }
 
 void tst_QFBlogPluginArchives::mostRecentPostBucket()
 {
-    QFETCH(QList<QDateTime>, published);
-    QFETCH(QList<QDateTime>, drafts);
+    QFETCH(PostFixtures, posts);
     QFETCH(QDateTime, bucket);
 
     QFBlogPlugin plugin;
     plugin.setClock([] { return local(2030, 5, 9, 14); });
     plugin.setArchivePostsPeriod(1);
-    int id = 0;
-    for (const QDateTime &date : published + drafts) {
-        QFBlogEntryPtr entry = QFBlogEntry::blogEntryWithBlogPlugin(&plugin);
-        entry->setDate(date);
-        entry->setStatus(id < published.size() ? 1 : 0);
-        entry->setID(id++);
-        plugin.insertBlogEntry(entry);
-    }
+    addPosts(plugin, posts);
     QCOMPARE(plugin.archives().mostRecentPostBucket(), bucket);
-    QCOMPARE(plugin.archives().latestPost().has_value(), !published.isEmpty());
+    QCOMPARE(plugin.archives().latestPost().has_value(),
+             std::any_of(posts.cbegin(), posts.cend(), [](const PostFixture &p) { return !p.draft; }));
 }
 
 void tst_QFBlogPluginArchives::periodsAndTheirPosts_data()

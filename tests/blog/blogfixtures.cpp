@@ -1,0 +1,247 @@
+#include "blogfixtures.h"
+
+#include "blog/model/qfblogentry.h"
+#include "blog/model/qfblogmodel.h"
+#include "qfkit/support/qfbundle.h"
+#include "qfkit/support/qffilereference.h"
+#include "qfkit/text/qfstyledtextattributes.h"
+
+#include <QBuffer>
+#include <QImage>
+#include <QMetaProperty>
+#include <QtTest>
+
+const QDateTime kFixtureNow(QDate(2024, 2, 29), QTime(12, 0, 0));
+const QDateTime kFixtureBuilt(QDate(2023, 11, 5), QTime(8, 15, 30));
+
+QByteArray pngBytes(Qt::GlobalColor colour)
+{
+    QImage image(4, 3, QImage::Format_RGB32);
+    image.fill(colour);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+QFBlogCustomTagPtr customTag(const QString &tag, const QString &value, const QString &attributes)
+{
+    QFBlogCustomTagPtr custom = QFBlogCustomTag::create();
+    custom->setTag(tag);
+    custom->setValue(value);
+    custom->setAttributes(attributes);
+    return custom;
+}
+
+void initializeBlogClassForFixtures()
+{
+    QFBlogPlugin::setUserIdentityProvider([] { return QFBlogUserIdentity{QStringLiteral("Ada Lovelace"), QString()}; });
+    QFBlogPlugin::initializeClass(QFBundle(QStringLiteral(QF_BLOG_BUNDLE_PATH)));
+    QFBlogModel::registerCodingClasses();
+    QVERIFY2(!QFBlogPlugin::localizedString(QStringLiteral("datemod1")).isEmpty(), "the blog bundle is built");
+}
+
+QVariant changedValue(const QByteArray &key, const QVariant &before)
+{
+    if (key.startsWith("dateModifier")) {
+        static const QStringList modifiers{QStringLiteral("Weekday Name"), QStringLiteral("Month Name"),
+                                           QStringLiteral("Year (2 digits)"), QStringLiteral("Time (24-hour)")};
+        return modifiers.value(key.back() - '1');
+    }
+    if (key == "archivePostsPeriod")
+        return 2;
+    if (key == "commentsSelectedProviderTag")
+        return 3;
+    if (key == "commentsUserIdentifiers")
+        return QVariantMap{{QStringLiteral("disqus"), QStringLiteral("field-notes")}};
+    if (key == "sidebarControl")
+        return QVariantList{QVariantMap{{QStringLiteral("name"), QStringLiteral("Tags")}, {QStringLiteral("enabled"), true}},
+                            QVariantMap{{QStringLiteral("name"), QStringLiteral("Archives")}, {QStringLiteral("enabled"), false}}};
+    if (key == "categories") {
+        // Made outside the blog, so its default categories do not claim the names.
+        QList<QFBlogCategoryPtr> categories{QFBlogCategory::noneCategoryWithBlogPlugin(nullptr),
+                                            QFBlogCategory::categoryWithName(QStringLiteral("Travel"), nullptr),
+                                            QFBlogCategory::categoryWithName(QStringLiteral("Crème & Café"), nullptr)};
+        categories[0]->setCategoryID(11);
+        categories[1]->setCategoryID(5);
+        categories[2]->setCategoryID(9);
+        return QVariant::fromValue(categories);
+    }
+    if (key == "channelCustomTags")
+        return QVariant::fromValue(QList<QFBlogCustomTagPtr>{
+            customTag(QStringLiteral("generator"), QStringLiteral("Quillfen"), QString()),
+            customTag(QStringLiteral("atom:link"), QString(), QStringLiteral("rel=\"hub\""))});
+    if (key == "channelCustomiTunesTags") {
+        QFBlogCustomiTunesTagsPtr tags = QFBlogCustomiTunesTags::tags();
+        tags->setAuthor(QStringLiteral("Ada"));
+        tags->setOwnerEmail(QStringLiteral("ada@example.org"));
+        tags->setCategory(QStringLiteral("Technology"));
+        tags->setImageData(pngBytes(Qt::red));
+        tags->setDuration(125);
+        tags->setExplicit(true);
+        tags->setBlock(true);
+        tags->setConvertImage(false);
+        return QVariant::fromValue(tags);
+    }
+    if (key == "pingSettings")
+        return QVariantList{QVariantMap{{QStringLiteral("name"), QStringLiteral("example")},
+                                        {QStringLiteral("url"), QStringLiteral("http://ping.example.org/")},
+                                        {QStringLiteral("rpc"), 0}}};
+    if (before.typeId() == QMetaType::Bool)
+        return !before.toBool();
+    if (before.typeId() == QMetaType::Int)
+        return before.toInt() + 7;
+    if (before.typeId() == QMetaType::QString)
+        return QStringLiteral("%1 — changed").arg(QString::fromLatin1(key));
+    if (before.typeId() == QMetaType::QDateTime)
+        return kFixtureBuilt;
+    return QVariant();
+}
+
+void changeEverything(QFBlogPlugin &blog, const QSet<QByteArray> &skipped, const QSet<QByteArray> &derived,
+                      QList<QByteArray> &carried)
+{
+    const QFBlogPlugin fresh;
+    const QMetaObject &meta = QFBlogPlugin::staticMetaObject;
+    for (int i = 0; i < meta.propertyCount(); ++i) {
+        const QByteArray key = meta.property(i).name();
+        if (skipped.contains(key))
+            continue;
+        carried.append(key);
+        if (derived.contains(key))
+            continue;
+        const QVariant changed = changedValue(key, fresh.property(key));
+        QVERIFY2(changed.isValid(), "a setting the test does not know how to change: " + key);
+        QVERIFY2(blog.setProperty(key, changed), key.constData());
+    }
+
+    QFStyledText body = QFStyledText().append(QStringLiteral("Hello ")).append(QStringLiteral("Lisboa"), {{kQFBoldAttributeName, true}});
+    body.insertAttachment(body.length(), pngBytes(Qt::blue), QStringLiteral("tram.png"));
+    QFBlogEntryPtr first = QFBlogEntry::blogEntryWithBlogPlugin(&blog);
+    blog.insertBlogEntry(first);
+    first->setTitle(QStringLiteral("Spring in Lisbon"));
+    first->setEntry(body);
+    first->setEntrySummary(QFStyledText(QStringLiteral("Trams."), {{kQFItalicAttributeName, true}}));
+    first->setDate(QDateTime(QDate(2023, 4, 2), QTime(18, 30)));
+    first->setStatus(1);
+    first->setID(3);
+    first->setGUID(QStringLiteral("4F0A2C1E-0000-4000-8000-000000000001"));
+    first->setCategoryIDs({5, 9});
+    first->setTags(QFBlogTagList{QFBlogTag(QStringLiteral("lisbon")), QFBlogTag(QStringLiteral("food"))});
+    first->setCustomTags({customTag(QStringLiteral("dc:subject"), QStringLiteral("travel"), QString())});
+    QFBlogCustomiTunesTagsPtr itemTags = QFBlogCustomiTunesTags::tags();
+    itemTags->setSubtitle(QStringLiteral("Episode one"));
+    itemTags->setKeywords(QStringLiteral("trams, hills"));
+    itemTags->setImageData(pngBytes(Qt::green));
+    first->setItunesTags(itemTags);
+    first->setPodcast(QStringLiteral("/media/episode1.mp3"));
+    first->setPodcastReference(std::make_shared<QFFileReference>(QStringLiteral("/media/episode1.mp3")));
+    first->setPodcastOverride({{QStringLiteral("override"), true},
+                               {QStringLiteral("url"), QStringLiteral("http://cdn.example.org/e1.mp3")},
+                               {QStringLiteral("size"), 123456},
+                               {QStringLiteral("type"), QStringLiteral("audio/mpeg")}});
+    first->setOverridePermalinkName(true);
+    first->setOverridePermalinkNameText(QStringLiteral("spring-lisbon"));
+    first->setSummarizeRSSEntry(true);
+    first->setSummarizeRSSSentenceCount(2);
+
+    QFBlogEntryPtr draft = QFBlogEntry::blogEntryWithBlogPlugin(&blog);
+    blog.insertBlogEntry(draft);
+    draft->setTitle(QStringLiteral("Crème brûlée, unfinished"));
+    draft->setEntryString(QStringLiteral("To be written."));
+    draft->setEntrySummaryString(QString());
+    draft->setDate(QDateTime(QDate(2023, 5, 1), QTime(7, 0)));
+    draft->setStatus(0);
+    draft->setID(4);
+    draft->setGUID(QStringLiteral("4F0A2C1E-0000-4000-8000-000000000002"));
+    draft->setCategoryIndex(2);
+    draft->setTags(QFBlogTagList{QFBlogTag(QStringLiteral("food"))});
+    draft->setItunesTags(QFBlogCustomiTunesTags::tags());
+
+    blog.setLastBuildDate(kFixtureBuilt);
+    blog.setLastSavedBuildDate(kFixtureBuilt.addDays(-3));
+}
+
+QVariant comparable(const QVariant &value)
+{
+    if (value.typeId() == qMetaTypeId<QList<QFBlogCategoryPtr>>()) {
+        QVariantList list;
+        for (const QFBlogCategoryPtr &category : value.value<QList<QFBlogCategoryPtr>>())
+            list.append(QVariantList{category->categoryName(), category->isNone() ? -1 : category->categoryID(),
+                                     category->isNone()});
+        return list;
+    }
+    if (value.typeId() == qMetaTypeId<QList<QFBlogCustomTagPtr>>()) {
+        QVariantList list;
+        for (const QFBlogCustomTagPtr &tag : value.value<QList<QFBlogCustomTagPtr>>())
+            list.append(QStringList{tag->tag(), tag->value(), tag->attributes()});
+        return list;
+    }
+    if (value.typeId() == qMetaTypeId<QFBlogCustomiTunesTagsPtr>()) {
+        const QFBlogCustomiTunesTagsPtr tags = value.value<QFBlogCustomiTunesTagsPtr>();
+        if (!tags)
+            return QVariant();
+        QVariantMap map;
+        const QMetaObject &meta = QFBlogCustomiTunesTags::staticMetaObject;
+        for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
+            map.insert(QString::fromLatin1(meta.property(i).name()), meta.property(i).read(tags.get()));
+        return map;
+    }
+    return value;
+}
+
+namespace {
+
+// What a reader of a post would notice, field by field.
+QVariantMap postContents(const QFBlogEntry &entry)
+{
+    QStringList tags;
+    if (entry.tags()) {
+        for (const QFBlogTag &tag : *entry.tags())
+            tags.append(tag.tagName());
+    }
+    QVariantList categoryIDs;
+    for (int id : entry.categoryIDs())
+        categoryIDs.append(id);
+    return {{QStringLiteral("title"), entry.title()},
+            {QStringLiteral("body"), entry.entry() ? entry.entry()->toKeyedArchive() : QByteArray()},
+            {QStringLiteral("summary"), entry.entrySummary() ? entry.entrySummary()->toKeyedArchive() : QByteArray()},
+            {QStringLiteral("date"), entry.date()},
+            {QStringLiteral("status"), entry.status()},
+            {QStringLiteral("ID"), entry.ID()},
+            {QStringLiteral("GUID"), entry.GUID()},
+            {QStringLiteral("categoryIDs"), categoryIDs},
+            {QStringLiteral("tags"), tags},
+            {QStringLiteral("customTags"), comparable(QVariant::fromValue(entry.customTags()))},
+            {QStringLiteral("itunesTags"), comparable(QVariant::fromValue(entry.itunesTags()))},
+            {QStringLiteral("podcast"), entry.podcast()},
+            {QStringLiteral("podcastReference"),
+             entry.podcastReference() ? entry.podcastReference()->propertyList() : QVariantMap()},
+            {QStringLiteral("podcastOverride"), entry.podcastOverride()},
+            {QStringLiteral("overridePermalinkName"), entry.overridePermalinkName()},
+            {QStringLiteral("overridePermalinkNameText"), entry.overridePermalinkNameText()},
+            {QStringLiteral("summarizeRSSEntry"), entry.summarizeRSSEntry()},
+            {QStringLiteral("summarizeRSSSentenceCount"), entry.summarizeRSSSentenceCount()}};
+}
+
+} // namespace
+
+QString postDifferences(const QFBlogPlugin &expected, const QFBlogPlugin &actual, const QSet<QString> &ignored)
+{
+    if (expected.posts().size() != actual.posts().size())
+        return QStringLiteral("%1 posts, expected %2").arg(actual.posts().size()).arg(expected.posts().size());
+    for (qsizetype i = 0; i < expected.posts().size(); ++i) {
+        if (actual.posts().at(i)->blogPlugin() != &actual)
+            return QStringLiteral("post %1 belongs to another blog").arg(i);
+        const QVariantMap wanted = postContents(*expected.posts().at(i));
+        const QVariantMap got = postContents(*actual.posts().at(i));
+        for (auto it = wanted.cbegin(); it != wanted.cend(); ++it) {
+            if (!ignored.contains(it.key()) && got.value(it.key()) != it.value())
+                return QStringLiteral("post %1: %2: %3 != %4")
+                    .arg(i)
+                    .arg(it.key(), QDebug::toString(got.value(it.key())), QDebug::toString(it.value()));
+        }
+    }
+    return QString();
+}
