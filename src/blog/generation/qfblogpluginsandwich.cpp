@@ -46,22 +46,6 @@ QByteArray fileData(const std::optional<QString> &path)
     return file.readAll();
 }
 
-// Clears the initialising flag however rebuilding ends.
-class InitialisingScope final
-{
-public:
-    explicit InitialisingScope(QFBlogPlugin &plugin)
-        : m_plugin(plugin)
-    {
-        m_plugin.setPluginIsInitialising(true);
-    }
-    ~InitialisingScope() { m_plugin.setPluginIsInitialising(false); }
-    Q_DISABLE_COPY_MOVE(InitialisingScope)
-
-private:
-    QFBlogPlugin &m_plugin;
-};
-
 } // namespace
 
 QString QFBlogPluginSandwich::sandwichType()
@@ -257,7 +241,7 @@ std::unique_ptr<QFBlogPlugin> QFBlogPluginSandwich::createWithSandwich(const CVS
     if (clock)
         plugin->setClock(clock);
     QFBlogPlugin &p = *plugin;
-    const InitialisingScope initialising(p);
+    const QFBlogPlugin::InitialisingScope initialising(p);
     QFBlogSandwichDictionary d(filling->dictionary(), QStringLiteral("QFBlogPlugin"),
                                filling->dictionary().value(QStringLiteral("LastSavedBuildDate")));
     const auto ifPresent = [](const auto &value, auto &&set) {

@@ -1409,3 +1409,14 @@ void QFBlogPlugin::setShouldUpdateSearchIndexes(bool value) { m_indexes->setShou
 void QFBlogPlugin::setPluginIsInitialising(bool value) { pluginIsInitialisingFlag = value; }
 void QFBlogPlugin::setPostIDWasChanged(bool value) { _postIDWasChanged = value; }
 void QFBlogPlugin::setLocalizeCheckBoxState(bool value) { _localizeCheckBoxState = value; }
+
+QFBlogPlugin::InitialisingScope::InitialisingScope(QFBlogPlugin &plugin)
+    : m_plugin(plugin)
+{
+    m_plugin.setPluginIsInitialising(true);
+}
+
+QFBlogPlugin::InitialisingScope::~InitialisingScope()
+{
+    m_plugin.setPluginIsInitialising(false);
+}

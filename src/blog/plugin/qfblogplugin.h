@@ -681,6 +681,18 @@ public:
     void setShouldUpdateSearchIndexes(bool value);
     bool pluginIsInitialising() const { return pluginIsInitialisingFlag; }
     void setPluginIsInitialising(bool value);
+    // Sets the initialising flag for its life, so a plugin left by a failed
+    // read or rebuild still reports its edits.
+    class InitialisingScope final
+    {
+    public:
+        explicit InitialisingScope(QFBlogPlugin &plugin);
+        ~InitialisingScope();
+        Q_DISABLE_COPY_MOVE(InitialisingScope)
+
+    private:
+        QFBlogPlugin &m_plugin;
+    };
     // A load-time repair changed the data (the host should offer to save).
     bool postIDWasChanged() const { return _postIDWasChanged; }
     void setPostIDWasChanged(bool value);

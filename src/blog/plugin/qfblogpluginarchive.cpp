@@ -120,23 +120,6 @@ std::optional<QVariantList> archivedList(const QVariant &value)
     return std::nullopt;
 }
 
-// Clears the initialising flag however reading ends, so a plugin left by a
-// failed read still reports its edits (were anyone to keep it).
-class InitialisingScope final
-{
-public:
-    explicit InitialisingScope(QFBlogPlugin &plugin)
-        : m_plugin(plugin)
-    {
-        m_plugin.setPluginIsInitialising(true);
-    }
-    ~InitialisingScope() { m_plugin.setPluginIsInitialising(false); }
-    Q_DISABLE_COPY_MOVE(InitialisingScope)
-
-private:
-    QFBlogPlugin &m_plugin;
-};
-
 } // namespace
 
 // ---------------------------------------------------------------- writing
@@ -268,7 +251,7 @@ void QFBlogPlugin::performInitWithCoder(QFUnarchiver &coder)
 
     // The defaults of a new blog are already in place (the constructor); what
     // the record lacks or gives as nil keeps them unless a rule says otherwise.
-    const InitialisingScope initialising(*this);
+    const QFBlogPlugin::InitialisingScope initialising(*this);
 
     const auto read = [&coder] { return coder.decodeObject(); };
     const auto readString = [&read] { return archivedString(read()); };
