@@ -1,11 +1,9 @@
+#include "archivedcopy.h"
+
 #include "blog/model/qfblogcategory.h"
 #include "blog/model/qfblogentry.h"
 #include "blog/model/qfblogmodel.h"
 #include "blog/plugin/qfblogplugin.h"
-#include "qfkit/coding/qfarchiver.h"
-#include "qfkit/coding/qfkeyedarchiver.h"
-#include "qfkit/coding/qfkeyedunarchiver.h"
-#include "qfkit/coding/qfunarchiver.h"
 #include "qfkit/support/qfbundle.h"
 
 #include <QSignalSpy>
@@ -18,7 +16,7 @@ class tst_QFBlogCategory : public QObject
 private slots:
     void initTestCase();
     void init();
-    void cleanup();
+    void cleanup() { m_plugin.reset(); }
     void equality_data();
     void equality();
     void renaming_data();
@@ -51,11 +49,6 @@ void tst_QFBlogCategory::init()
     food->setCategoryID(20);
     m_plugin->setCategories(categories << travel << food);
     QCOMPARE(m_plugin->categories().size(), 3);
-}
-
-void tst_QFBlogCategory::cleanup()
-{
-    m_plugin.reset();
 }
 
 void tst_QFBlogCategory::equality_data()
@@ -162,18 +155,9 @@ void tst_QFBlogCategory::recordDictionaryRoundTrip()
 
 void tst_QFBlogCategory::archiveForms()
 {
-    const QFBlogCategoryPtr none = category(0);
-    QFArchiver archiver;
-    archiver.encodeObject(*none);
-    QFUnarchiver unarchiver(archiver.data());
-    const QList<QFCodingPtr> copies{
-        QFCodingSupport::objectFromVariant(
-            QFKeyedUnarchiver::unarchiveObjectWithData(QFKeyedArchiver::archivedDataWithRootObject(*none))),
-        QFCodingSupport::objectFromVariant(unarchiver.decodeObject())};
-    for (const QFCodingPtr &read : copies) {
-        const auto copy = std::dynamic_pointer_cast<QFBlogCategory>(read);
-        QVERIFY(copy);
-        QVERIFY(copy->isEqual(*none));
+    for (bool keyed : {true, false}) {
+        const auto copy = archivedCopy<QFBlogCategory>(*category(0), keyed);
+        QVERIFY(copy && copy->isEqual(*category(0)));
         QVERIFY(!copy->blogPlugin()); // the owner attaches it
     }
 }

@@ -1,5 +1,7 @@
 #include "blog/model/qfblogentry.h"
+#include "blog/model/qfblogentrybelongstocategoryindex.h"
 #include "blog/model/qfblogmodel.h"
+#include "blog/model/qfcollections.h"
 #include "blog/plugin/qfblogplugin.h"
 #include "qfkit/coding/qfarchiver.h"
 #include "qfkit/coding/qfkeyedarchiver.h"
@@ -37,6 +39,9 @@ private slots:
     void categoryIndexEdits();
     void editsReportToThePlugin();
     void clipboardArchiveAttachesToThePlugin();
+    void selectionCheckBoxState_data();
+    void selectionCheckBoxState();
+    void duplicatesAreDropped();
 
 private:
     QFBlogEntryPtr newEntry() const { return QFBlogEntry::blogEntryWithBlogPlugin(m_plugin.get()); }
@@ -368,6 +373,52 @@ void tst_QFBlogEntry::clipboardArchiveAttachesToThePlugin()
     QCOMPARE(copy->title(), QStringLiteral("Copied"));
     QCOMPARE(copy->blogPlugin(), m_plugin.get());
     QCOMPARE(copy->categoryNames(), QStringLiteral("Travel, Music"));
+}
+
+void tst_QFBlogEntry::selectionCheckBoxState_data()
+{
+    QTest::addColumn<QList<bool>>("members"); // per selected post: filed under Travel and tagged "x"
+    QTest::addColumn<int>("state");
+
+    QTest::newRow("empty selection: off") << QList<bool>{} << 0;
+    QTest::newRow("none: off") << QList<bool>{false} << 0;
+    QTest::newRow("one of three: mixed") << QList<bool>{false, true, false} << -1;
+    QTest::newRow("all: on") << QList<bool>{true, true, true} << 1;
+}
+
+// The state of the editor's check boxes for the selected posts.
+void tst_QFBlogEntry::selectionCheckBoxState()
+{
+    QFETCH(QList<bool>, members);
+    QFETCH(int, state);
+
+    const QFBlogTag x(QStringLiteral("x"));
+    QList<QFBlogEntryPtr> selection;
+    QVariantList numbers; // as key-value coding hands them over
+    for (bool member : members) {
+        auto entry = newEntry();
+        entry->setCategoryIndex(member ? 1 : 0);
+        entry->setTags(member ? QFBlogTagList{QFBlogTag(QStringLiteral("y")), x} : QFBlogTagList{QFBlogTag(QStringLiteral("X"))});
+        selection.append(entry);
+        numbers.append(member ? 1 : 0);
+    }
+    QCOMPARE(QFBlogEntryBelongsToCategoryIndex::belongsToCategoryIndex(selection, 1), state);
+    QCOMPARE(QFBlogEntryBelongsToCategoryIndex::hasTag(selection, x), state);
+    QCOMPARE(QFCollections::stateFromNumberElements(numbers), state);
+    // An index past the list is never a category of anyone.
+    QCOMPARE(QFBlogEntryBelongsToCategoryIndex::belongsToCategoryIndex(selection, 7), 0);
+}
+
+void tst_QFBlogEntry::duplicatesAreDropped()
+{
+    const auto entry = newEntry();
+    entry->setCategoryIDs({m_food, m_travel, m_food});
+    QCOMPARE(entry->categoryIDs(), (QList<int>{m_food, m_travel}));
+
+    // With an equality of its own, the first of equal elements stays.
+    const auto ignoringCase = [](const QString &a, const QString &b) { return a.compare(b, Qt::CaseInsensitive) == 0; };
+    QCOMPARE(QFCollections::arrayWithoutDuplicateElements(QStringList{"News", "news", "Misc"}, ignoringCase),
+             (QStringList{"News", "Misc"}));
 }
 
 QTEST_GUILESS_MAIN(tst_QFBlogEntry)
