@@ -1,14 +1,12 @@
+#include "blogposts.h"
+
 #include "blog/generation/qfblogpluginpermalinks.h"
 #include "blog/generation/qfblogpluginrss.h"
-#include "blog/model/qfblogentry.h"
-#include "blog/plugin/qfblogplugin.h"
 #include "qfkit/document/qfsitedocument.h"
 #include "qfkit/support/qffilereference.h"
 #include "qfkit/support/qfalert.h"
-#include "qfkit/support/qfbundle.h"
 #include "qfkit/support/qfexception.h"
 #include "qfkit/support/qfrecordingalertpresenter.h"
-#include "qfkit/support/qfuserdefaults.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -39,25 +37,17 @@ private slots:
     void initTestCase();
     void cleanupTestCase();
 
-    void initializeClassTwiceKeepsTheFirstBundle();
-    void newBlogDefaults_data();
-    void newBlogDefaults();
     void creatorComesFromTheUser_data();
     void creatorComesFromTheUser();
 
     void settingByKeyBroadcastsAsItsRuleSays_data();
     void settingByKeyBroadcastsAsItsRuleSays();
     void everyWritableKeyHasABroadcastRule();
-    void periodStringOnlySelectsMonths_data();
-    void periodStringOnlySelectsMonths();
 
     void mainPagePosts_data();
     void mainPagePosts();
 
-    void subpageParameterReadsBoolStrings_data();
-    void subpageParameterReadsBoolStrings();
     void guidIs32LowerCaseHexAndFresh();
-    void nextIDStartsAtZeroAndGrows();
 
     void blogWithoutPostsExportsNothingAndMakesNoFolder();
     void exportWritesTheFilesOfItsMode_data();
@@ -80,9 +70,7 @@ private slots:
 
 private:
     static QString scratchPath(const QFBlogPlugin &plugin);
-    static QFBlogEntryPtr addPost(QFBlogPlugin &plugin, const QDateTime &date, bool draft, int id);
 
-    QString m_bundlePath;
     QFRecordingAlertPresenter m_alerts;
     QFAlertPresenter *m_previousPresenter = nullptr;
 };
@@ -111,43 +99,12 @@ QStringList fileNames(const QList<QFExportItem> &items)
     return names;
 }
 
-QVariant equalCopy(const QVariant &value)
-{
-    if (value.typeId() == QMetaType::QString) {
-        const QString s = value.toString();
-        return QString(s.constData(), s.size());
-    }
-    if (value.typeId() == QMetaType::QVariantList) {
-        QVariantList list = value.toList();
-        list.detach();
-        return list;
-    }
-    if (value.canConvert<QList<QFBlogCategoryPtr>>()) {
-        QList<QFBlogCategoryPtr> list = value.value<QList<QFBlogCategoryPtr>>();
-        list.detach();
-        return QVariant::fromValue(list);
-    }
-    if (value.canConvert<QList<QFBlogCustomTagPtr>>()) {
-        QList<QFBlogCustomTagPtr> list = value.value<QList<QFBlogCustomTagPtr>>();
-        list.detach();
-        return QVariant::fromValue(list);
-    }
-    if (value.canConvert<QFBlogCustomiTunesTagsPtr>())
-        return QVariant::fromValue(QFBlogCustomiTunesTags::tags());
-    return value;
-}
-
 } // namespace
 
 void tst_QFBlogPlugin::initTestCase()
 {
-    m_bundlePath = QStringLiteral(QF_BLOG_BUNDLE_PATH);
-    QVERIFY2(QFileInfo::exists(m_bundlePath + QStringLiteral("/Resources/en.lproj/Localizable.plist")),
-             "the blog bundle is built with the tests (target blog_bundle)");
-    QFBlogPlugin::setUserIdentityProvider([] {
-        return QFBlogUserIdentity{QStringLiteral("Ada Lovelace"), QString()};
-    });
-    QVERIFY(QFBlogPlugin::initializeClass(QFBundle(m_bundlePath)));
+    QFBlogPlugin::setUserIdentityProvider([] { return QFBlogUserIdentity{QStringLiteral("Ada Lovelace"), QString()}; });
+    initializeBlogPluginClass();
     m_previousPresenter = QFAlert::setPresenter(&m_alerts);
 }
 
@@ -163,57 +120,6 @@ QString tst_QFBlogPlugin::scratchPath(const QFBlogPlugin &plugin)
         + QLatin1Char('/') + plugin.uniqueID() + QStringLiteral("/QFBlogPlugin");
 }
 
-QFBlogEntryPtr tst_QFBlogPlugin::addPost(QFBlogPlugin &plugin, const QDateTime &date, bool draft, int id)
-{
-    QFBlogEntryPtr entry = QFBlogEntry::blogEntryWithBlogPlugin(&plugin);
-    entry->setDate(date);
-    entry->setStatus(draft ? 0 : 1);
-    entry->setID(id);
-    plugin.insertBlogEntry(entry);
-    return entry;
-}
-
-void tst_QFBlogPlugin::initializeClassTwiceKeepsTheFirstBundle()
-{
-    QTemporaryDir other;
-    QVERIFY(!QFBlogPlugin::initializeClass(QFBundle(other.path())));
-    QCOMPARE(QFBlogPlugin::pluginBundle().bundlePath(), QDir::cleanPath(m_bundlePath));
-    QVERIFY(!QFBlogPlugin::rssStringDictionary().isEmpty());
-
-    const QStringList extra = QFBlogPlugin::extraFilesNeededInExportFolder();
-    QCOMPARE(extra.size(), 9);
-    QCOMPARE(extra.first(), QFBlogPlugin::pluginBundle().resourcePath() + QStringLiteral("/rss.gif"));
-}
-
-void tst_QFBlogPlugin::newBlogDefaults_data()
-{
-    QTest::addColumn<QByteArray>("key");
-    QTest::addColumn<QVariant>("expected");
-
-    const auto L = &QFBlogPlugin::localizedString;
-    QTest::newRow("feed title") << QByteArray("rssTitle") << QVariant(L(QStringLiteral("MyRSSFeed")));
-    QTest::newRow("feed home page") << QByteArray("rssHomepage") << QVariant(QStringLiteral("http://www.example.com/"));
-    QTest::newRow("copyright names the user and the year")
-        << QByteArray("rssCopyright")
-        << QVariant(QStringLiteral("%1 %2 Ada Lovelace").arg(L(QStringLiteral("Copyright"))).arg(QDate::currentDate().year()));
-    QTest::newRow("date separator 1") << QByteArray("dateSeperator1") << QVariant(QStringLiteral("/"));
-    QTest::newRow("tags title") << QByteArray("tagsTitle") << QVariant(L(QStringLiteral("DefaultTagsTitle")));
-    QTest::newRow("archives on") << QByteArray("archivePostsEnabled") << QVariant(true);
-    QTest::newRow("permalink pages on") << QByteArray("generatePermalinkPages") << QVariant(true);
-    QTest::newRow("feed off") << QByteArray("enableRSS") << QVariant(false);
-    QTest::newRow("podcasting off") << QByteArray("enablePodcasting") << QVariant(false);
-    QTest::newRow("no comments") << QByteArray("enableComments") << QVariant(false);
-}
-
-void tst_QFBlogPlugin::newBlogDefaults()
-{
-    QFETCH(QByteArray, key);
-    QFETCH(QVariant, expected);
-
-    QFBlogPlugin plugin;
-    QCOMPARE(plugin.property(key.constData()), expected);
-}
-
 void tst_QFBlogPlugin::creatorComesFromTheUser_data()
 {
     QTest::addColumn<QString>("email");
@@ -222,6 +128,8 @@ void tst_QFBlogPlugin::creatorComesFromTheUser_data()
     QTest::newRow("user with an address") << "ada@analytical.example" << "ada@analytical.example";
     QTest::newRow("user without one gets the placeholder") << "" << "you@example.com";
 }
+
+// A new blog's feed names its author; the copyright names the user and the year.
 
 void tst_QFBlogPlugin::creatorComesFromTheUser()
 {
@@ -232,6 +140,9 @@ void tst_QFBlogPlugin::creatorComesFromTheUser()
     QFBlogPlugin plugin;
     QFBlogPlugin::setUserIdentityProvider([] { return QFBlogUserIdentity{QStringLiteral("Ada Lovelace"), QString()}; });
     QCOMPARE(plugin.rssCreator(), creator);
+    QCOMPARE(plugin.rssCopyright(), QStringLiteral("%1 %2 Ada Lovelace")
+                                        .arg(QFBlogPlugin::localizedString(QStringLiteral("Copyright")))
+                                        .arg(QDate::currentDate().year()));
 }
 
 namespace {
@@ -243,14 +154,13 @@ struct BroadcastRule
     QVariant value;       // differs from the new blog's value
     bool onChange;        // setting that value
     bool onSameValue;     // giving the value just set again
-    bool onEqualCopy;     // an equal value that is another object
 };
 
 QList<BroadcastRule> broadcastRules()
 {
     QList<BroadcastRule> rules;
-    const auto add = [&rules](const char *key, const QVariant &value, bool onChange, bool onSame, bool onCopy) {
-        rules.append({QByteArray(key), value, onChange, onSame, onCopy});
+    const auto add = [&rules](const char *key, const QVariant &value, bool onChange = true, bool onSame = false) {
+        rules.append({QByteArray(key), value, onChange, onSame});
     };
     const QVariant text(QStringLiteral("changed text"));
     // Compared, reported on a real change.
@@ -259,37 +169,35 @@ QList<BroadcastRule> broadcastRules()
                             "readMoreLinkName", "sidebarSeparator", "categorySeparator", "commentSeparator",
                             "categoryTitle", "tagsTitle", "tagsSeparator", "dateModifier1", "dateModifier2",
                             "dateModifier3", "dateModifier4", "localizeDate"})
-        add(key, text, true, false, false);
+        add(key, text);
     for (const char *key : {"enableRSS", "enableCustomRSSURL", "generateRssEntriesForMainPageOnly", "summarizeEntryRSS",
                             "enableCustomiTunesTags", "enableComments", "enableCommentsInline", "showAtLeastPosts",
                             "prependSummaryToPost", "enableSmileys", "usePHPForSidebarContent", "showCategoryPostCounts",
                             "enablePing"})
-        add(key, true, true, false, false);
+        add(key, true);
     for (const char *key : {"archivePostsEnabled", "archivePostsShowGaps", "generatePermalinkPages",
                             "categoryPostsEnabled", "exportCategoriesAlphabetically", "tagsEnabled", "tagCloudEnabled"})
-        add(key, false, true, false, false);
+        add(key, false);
     for (const char *key : {"summarizeEntryRSSCount", "lastID", "archivePostsPeriod", "showPostLimit"})
-        add(key, 2, true, false, false);
-    add("archivePostsPeriodString", QStringLiteral("Year"), true, false, false);
-    add("commentsUserIdentifiers", QVariantMap{{QStringLiteral("disqus"), QStringLiteral("site")}}, true, false, false);
+        add(key, 2);
+    add("archivePostsPeriodString", QStringLiteral("Year"));
+    add("commentsUserIdentifiers", QVariantMap{{QStringLiteral("disqus"), QStringLiteral("site")}});
     // Stored without comparing: every set reports.
     for (const char *key : {"rssFeedLinkName", "rssCommentsLinkName", "rssCustomFeedFilename", "rssCustomFeedURL"})
-        add(key, text, true, true, true);
-    // Compared by identity: another object reports even when equal.
+        add(key, text, true, true);
     add("categories",
-        QVariant::fromValue(QList<QFBlogCategoryPtr>{QFBlogCategory::categoryWithName(QStringLiteral("Only"), nullptr)}),
-        true, false, true);
-    add("sidebarControl", QVariantList{QVariantMap{{QStringLiteral("name"), QStringLiteral("Tags")}}}, true, false, true);
-    add("channelCustomTags", QVariant::fromValue(QList<QFBlogCustomTagPtr>{QFBlogCustomTag::create()}), true, false, true);
-    add("channelCustomiTunesTags", QVariant::fromValue(QFBlogCustomiTunesTags::tags()), true, false, true);
+        QVariant::fromValue(QList<QFBlogCategoryPtr>{QFBlogCategory::categoryWithName(QStringLiteral("Only"), nullptr)}));
+    add("sidebarControl", QVariantList{QVariantMap{{QStringLiteral("name"), QStringLiteral("Tags")}}});
+    add("channelCustomTags", QVariant::fromValue(QList<QFBlogCustomTagPtr>{QFBlogCustomTag::create()}));
+    add("channelCustomiTunesTags", QVariant::fromValue(QFBlogCustomiTunesTags::tags()));
     // Never reported.
-    add("pingSettings", QVariantList{}, false, false, false);
-    add("lastBuildDate", QDateTime(QDate(2001, 1, 1), QTime(0, 0)), false, false, false);
-    add("lastSavedBuildDate", QDateTime(QDate(2001, 1, 1), QTime(0, 0)), false, false, false);
+    add("pingSettings", QVariantList{}, false);
+    add("lastBuildDate", QDateTime(QDate(2001, 1, 1), QTime(0, 0)), false);
+    add("lastSavedBuildDate", QDateTime(QDate(2001, 1, 1), QTime(0, 0)), false);
     for (const char *key : {"enablePodcasting", "showPostCountsForTags", "shouldUpdateSearchIndexes",
                             "localizeCheckBoxState", "pluginIsInitialising"})
-        add(key, true, false, false, false);
-    add("commentsSelectedProviderTag", 3, false, false, false);
+        add(key, true, false);
+    add("commentsSelectedProviderTag", 3, false);
     return rules;
 }
 
@@ -301,11 +209,9 @@ void tst_QFBlogPlugin::settingByKeyBroadcastsAsItsRuleSays_data()
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<bool>("onChange");
     QTest::addColumn<bool>("onSameValue");
-    QTest::addColumn<bool>("onEqualCopy");
 
     for (const BroadcastRule &rule : broadcastRules())
-        QTest::newRow(rule.key.constData()) << rule.key << rule.value << rule.onChange << rule.onSameValue
-                                            << rule.onEqualCopy;
+        QTest::newRow(rule.key.constData()) << rule.key << rule.value << rule.onChange << rule.onSameValue;
 }
 
 void tst_QFBlogPlugin::settingByKeyBroadcastsAsItsRuleSays()
@@ -314,7 +220,6 @@ void tst_QFBlogPlugin::settingByKeyBroadcastsAsItsRuleSays()
     QFETCH(QVariant, value);
     QFETCH(bool, onChange);
     QFETCH(bool, onSameValue);
-    QFETCH(bool, onEqualCopy);
     const char *name = key.constData();
     const bool stampsBuildDate = key != "lastBuildDate"; // that row sets the stamp itself
 
@@ -349,10 +254,6 @@ void tst_QFBlogPlugin::settingByKeyBroadcastsAsItsRuleSays()
     QVERIFY2(spy.count() == (onSameValue ? 1 : 0), "the same value again");
     if (stampsBuildDate)
         QCOMPARE(plugin.lastBuildDate(), onSameValue ? kT2 : (onChange ? kT1 : built));
-
-    spy.clear();
-    QVERIFY(plugin.setProperty(name, equalCopy(value)));
-    QVERIFY2(spy.count() == (onEqualCopy ? 1 : 0), "an equal copy");
 }
 
 void tst_QFBlogPlugin::everyWritableKeyHasABroadcastRule()
@@ -363,32 +264,10 @@ void tst_QFBlogPlugin::everyWritableKeyHasABroadcastRule()
     const QMetaObject &meta = QFBlogPlugin::staticMetaObject;
     QStringList missing;
     for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
-        const QMetaProperty property = meta.property(i);
-        if (property.isWritable() && !covered.contains(property.name()))
-            missing.append(QString::fromLatin1(property.name()));
+        if (meta.property(i).isWritable() && !covered.contains(meta.property(i).name()))
+            missing.append(QString::fromLatin1(meta.property(i).name()));
     }
     QVERIFY2(missing.isEmpty(), qPrintable(missing.join(QStringLiteral(", "))));
-}
-
-void tst_QFBlogPlugin::periodStringOnlySelectsMonths_data()
-{
-    QTest::addColumn<int>("period");
-    QTest::addColumn<QString>("text");
-
-    QTest::newRow("week to Year") << 0 << "Year";
-    QTest::newRow("year to nonsense") << 2 << "Fortnight";
-}
-
-void tst_QFBlogPlugin::periodStringOnlySelectsMonths()
-{
-    QFETCH(int, period);
-    QFETCH(QString, text);
-
-    QFBlogPlugin plugin;
-    plugin.setArchivePostsPeriod(period);
-    plugin.setProperty("archivePostsPeriodString", text);
-    QCOMPARE(plugin.archivePostsPeriod(), 1);
-    QCOMPARE(plugin.archivePostsPeriodString(), QStringLiteral("Month"));
 }
 
 void tst_QFBlogPlugin::mainPagePosts_data()
@@ -400,32 +279,24 @@ void tst_QFBlogPlugin::mainPagePosts_data()
     QTest::addColumn<PostFixtures>("posts"); // IDs are the list positions
     QTest::addColumn<QList<int>>("expected");
 
-    const auto day = [](int month, int d) { return QDateTime(QDate(2024, month, d), QTime(9, 0)); };
+    const auto at = [](int month, int d) { return QDateTime(QDate(2024, month, d), QTime(9, 0)); };
     // Seven newest posts with three drafts among them, then older ones.
-    const PostFixtures mixed = {
-        {day(3, 20), false}, {day(3, 19), true}, {day(3, 18), false}, {day(3, 17), true},
-        {day(3, 16), false}, {day(3, 15), true}, {day(2, 14), false}, {day(2, 10), false},
-        {day(1, 5), false},
-    };
+    const PostFixtures mixed = {{at(3, 20), false}, {at(3, 19), true},  {at(3, 18), false},
+                                {at(3, 17), true},  {at(3, 16), false}, {at(3, 15), true},
+                                {at(2, 14), false}, {at(2, 10), false}, {at(1, 5), false}};
+    const QList<int> published{0, 2, 4, 6, 7, 8};
 
-    QTest::newRow("archives on, show-at-least off: the latest month only")
-        << true << 1 << false << 5 << mixed << QList<int>{0, 2, 4};
-    QTest::newRow("archives on, limit 5 with 3 drafts among the 7 newest")
-        << true << 1 << true << 5 << mixed << QList<int>{0, 2, 4, 6, 7};
-    QTest::newRow("archives on, show-at-least with limit 0: the latest period")
-        << true << 1 << true << 0 << mixed << QList<int>{0, 2, 4};
-    QTest::newRow("archives on, limit above the published count")
-        << true << 1 << true << 50 << mixed << QList<int>{0, 2, 4, 6, 7, 8};
-    QTest::newRow("archives off: every published post whatever the limit")
-        << false << 1 << true << 2 << mixed << QList<int>{0, 2, 4, 6, 7, 8};
-    QTest::newRow("yearly archives: the whole latest year")
-        << true << 2 << false << 0 << mixed << QList<int>{0, 2, 4, 6, 7, 8};
-    QTest::newRow("weekly archives: the week from Sunday 17 March")
-        << true << 0 << false << 0 << mixed << QList<int>{0, 2};
+    QTest::newRow("show-at-least off: the latest month only") << true << 1 << false << 5 << mixed << QList<int>{0, 2, 4};
+    QTest::newRow("limit 5 with 3 drafts among the 7 newest") << true << 1 << true << 5 << mixed << QList<int>{0, 2, 4, 6, 7};
+    QTest::newRow("show-at-least with limit 0: the latest period") << true << 1 << true << 0 << mixed << QList<int>{0, 2, 4};
+    QTest::newRow("limit above the published count") << true << 1 << true << 50 << mixed << published;
+    QTest::newRow("archives off: every published post whatever the limit") << false << 1 << true << 2 << mixed << published;
+    QTest::newRow("yearly archives: the whole latest year") << true << 2 << false << 0 << mixed << published;
+    QTest::newRow("weekly archives: the week from Sunday 17 March") << true << 0 << false << 0 << mixed << QList<int>{0, 2};
     QTest::newRow("a newer draft does not move the latest period")
-        << true << 1 << false << 0 << PostFixtures{{day(4, 2), true}, {day(3, 3), false}, {day(2, 3), false}}
+        << true << 1 << false << 0 << PostFixtures{{at(4, 2), true}, {at(3, 3), false}, {at(2, 3), false}}
         << QList<int>{1};
-    QTest::newRow("drafts only") << true << 1 << false << 0 << PostFixtures{{day(3, 1), true}} << QList<int>{};
+    QTest::newRow("drafts only") << true << 1 << false << 0 << PostFixtures{{at(3, 1), true}} << QList<int>{};
     QTest::newRow("no posts") << true << 1 << false << 0 << PostFixtures{} << QList<int>{};
 }
 
@@ -444,64 +315,21 @@ void tst_QFBlogPlugin::mainPagePosts()
     plugin.setShowAtLeastPosts(showAtLeast);
     plugin.setShowPostLimit(limit);
     for (qsizetype i = 0; i < posts.size(); ++i)
-        addPost(plugin, posts.at(i).date, posts.at(i).draft, int(i));
-
-    QList<int> ids;
-    for (const QFBlogEntryPtr &entry : plugin.mainPagePosts())
-        ids.append(entry->ID());
-    QCOMPARE(ids, expected);
+        addPost(plugin, int(i), posts.at(i).date, {}, {}, posts.at(i).draft);
+    QCOMPARE(postIDs(plugin.mainPagePosts()), expected);
 }
 
-void tst_QFBlogPlugin::subpageParameterReadsBoolStrings_data()
-{
-    QTest::addColumn<QVariant>("subpage");
-    QTest::addColumn<bool>("isTrue");
-
-    QTest::newRow("yes") << QVariant(QStringLiteral("yes")) << true;
-    QTest::newRow("tRuE") << QVariant(QStringLiteral("tRuE")) << true;
-    QTest::newRow("1") << QVariant(QStringLiteral("1")) << true;
-    QTest::newRow("2") << QVariant(QStringLiteral("2")) << false;
-    QTest::newRow("yes with a space") << QVariant(QStringLiteral(" yes")) << false;
-    QTest::newRow("absent") << QVariant() << false;
-}
-
-void tst_QFBlogPlugin::subpageParameterReadsBoolStrings()
-{
-    QFETCH(QVariant, subpage);
-    QFETCH(bool, isTrue);
-
-    QFBlogPlugin plugin;
-    plugin.setUsePHPForSidebarContent(true);
-    QVariantMap params;
-    if (subpage.isValid())
-        params.insert(QStringLiteral("subpage"), subpage);
-    const QString include = QStringLiteral("<?php include(\"sidebar-content.html\"); ?>");
-    QCOMPARE(plugin.sidebarHTML(params) == include, isTrue);
-}
-
+// Feeds and permalink pages need GUIDs no two posts share.
 void tst_QFBlogPlugin::guidIs32LowerCaseHexAndFresh()
 {
     QFBlogPlugin plugin;
-    const QRegularExpression form(QStringLiteral("^[0-9a-f]{32}$"));
     QSet<QString> seen;
     for (int i = 0; i < 200; ++i) {
-        const std::optional<QString> guid = plugin.guid();
-        QVERIFY(guid);
-        QVERIFY2(form.match(*guid).hasMatch(), qPrintable(*guid));
-        seen.insert(*guid);
+        const QString guid = plugin.guid().value_or(QString());
+        QVERIFY2(QRegularExpression(QStringLiteral("^[0-9a-f]{32}$")).match(guid).hasMatch(), qPrintable(guid));
+        seen.insert(guid);
     }
     QCOMPARE(seen.size(), 200);
-}
-
-void tst_QFBlogPlugin::nextIDStartsAtZeroAndGrows()
-{
-    QFBlogPlugin plugin;
-    QSignalSpy spy(&plugin, &QFTextViewPluginClient::pluginChanged);
-    QCOMPARE(plugin.nextID(), 0);
-    QCOMPARE(plugin.lastID(), 1);
-    QCOMPARE(plugin.nextID(), 1);
-    QCOMPARE(plugin.lastID(), 2);
-    QCOMPARE(spy.count(), 2); // a handed-out ID is part of the document
 }
 
 void tst_QFBlogPlugin::blogWithoutPostsExportsNothingAndMakesNoFolder()
@@ -510,10 +338,8 @@ void tst_QFBlogPlugin::blogWithoutPostsExportsNothingAndMakesNoFolder()
     plugin.setUsePHPForSidebarContent(true);
     plugin.setEnableRSS(true);
     const QVariantMap params{{QStringLiteral("name"), QStringLiteral("blog.html")}};
-
     const QString html = plugin.contentHTML(params);
-    QVERIFY(!html.isNull());
-    QVERIFY(html.isEmpty());
+    QVERIFY(!html.isNull() && html.isEmpty());
     QVERIFY(plugin.extraFilesNeededInExportFolder(params).isEmpty());
     QVERIFY(!QFileInfo::exists(scratchPath(plugin)));
 }
@@ -547,14 +373,13 @@ void tst_QFBlogPlugin::exportWritesTheFilesOfItsMode_data()
     QTest::addColumn<bool>("podcastImages");
     QTest::addColumn<QStringList>("files");
 
-    const QStringList images = {QStringLiteral("podcast_channel.png"), QStringLiteral("podcast_image_1.png")};
     QTest::newRow("preview with the PHP sidebar: only the sidebar file")
-        << "preview" << true << true << QStringList{QStringLiteral("sidebar-content.html")};
+        << "preview" << true << true << QStringList{"sidebar-content.html"};
     QTest::newRow("preview without it: nothing") << "preview" << false << true << QStringList{};
     QTest::newRow("publish with podcast images and the PHP sidebar")
-        << "" << true << true << (images + QStringList{QStringLiteral("sidebar-content.html"), QStringLiteral("FEED")});
-    QTest::newRow("publish without custom iTunes tags: no images")
-        << "" << false << false << QStringList{QStringLiteral("FEED")};
+        << "" << true << true
+        << QStringList{"podcast_channel.png", "podcast_image_1.png", "sidebar-content.html", "FEED"};
+    QTest::newRow("publish without custom iTunes tags: no images") << "" << false << false << QStringList{"FEED"};
 }
 
 void tst_QFBlogPlugin::exportWritesTheFilesOfItsMode()
@@ -570,10 +395,10 @@ void tst_QFBlogPlugin::exportWritesTheFilesOfItsMode()
     plugin.setEnableRSS(true);
     plugin.setEnableCustomiTunesTags(podcastImages);
     plugin.channelCustomiTunesTags()->setImageData(imageBytes("PNG"));
-    QFBlogEntryPtr published = addPost(plugin, kT1, false, 1);
+    QFBlogEntryPtr published = addPost(plugin, 1, kT1);
     published->setItunesTags(QFBlogCustomiTunesTags::tags());
     published->itunesTags()->setImageData(imageBytes("JPG"));
-    QFBlogEntryPtr draft = addPost(plugin, kT2, true, 2);
+    QFBlogEntryPtr draft = addPost(plugin, 2, kT2, {}, {}, true);
     draft->setItunesTags(QFBlogCustomiTunesTags::tags());
     draft->itunesTags()->setImageData(imageBytes("PNG"));
 
@@ -596,24 +421,21 @@ void tst_QFBlogPlugin::exportWritesTheFilesOfItsMode()
 void tst_QFBlogPlugin::cancelExportStopsTheDriver_data()
 {
     QTest::addColumn<ExportStage>("cancelAt");
-    QTest::addColumn<QStringList>("files");
-
-    QTest::newRow("during archives") << ExportStage::Archives << QStringList{};
-    QTest::newRow("during permalinks") << ExportStage::Permalinks << QStringList{};
-    QTest::newRow("during the feed") << ExportStage::Feed << QStringList{};
+    QTest::newRow("during archives") << ExportStage::Archives;
+    QTest::newRow("during permalinks") << ExportStage::Permalinks;
+    QTest::newRow("during the feed") << ExportStage::Feed;
 }
 
 void tst_QFBlogPlugin::cancelExportStopsTheDriver()
 {
     QFETCH(ExportStage, cancelAt);
-    QFETCH(QStringList, files);
 
     QFBlogPlugin plugin;
     plugin.setUsePHPForSidebarContent(true);
     plugin.setEnableRSS(true);
     plugin.setEnableCustomiTunesTags(true);
     plugin.channelCustomiTunesTags()->setImageData(imageBytes("PNG"));
-    const QFBlogEntryPtr post = addPost(plugin, kT1, false, 1);
+    const QFBlogEntryPtr post = addPost(plugin, 1, kT1);
 
     QList<ExportStage> stages;
     connect(&plugin, &QFBlogPlugin::exportStageStarted, &plugin, [&](ExportStage stage) {
@@ -621,7 +443,7 @@ void tst_QFBlogPlugin::cancelExportStopsTheDriver()
         if (stage == cancelAt)
             plugin.cancelExport();
     });
-    QCOMPARE(fileNames(plugin.extraFilesNeededInExportFolder(driverParameters())), files);
+    QVERIFY(plugin.extraFilesNeededInExportFolder(driverParameters()).isEmpty());
     QVERIFY(plugin.exportCancelled());
     QCOMPARE(stages.last(), cancelAt);
 
@@ -642,9 +464,7 @@ void tst_QFBlogPlugin::commentsAccountFields_data()
     QTest::addColumn<bool>("visible");
     QTest::addColumn<QString>("fieldText");
 
-    const QVariantMap accounts{{QStringLiteral("haloscan"), QStringLiteral("halo-user")},
-                               {QStringLiteral("disqus"), QStringLiteral("my-site")},
-                               {QStringLiteral("js-kit"), QStringLiteral("unused")}};
+    const QVariantMap accounts{{"haloscan", "halo-user"}, {"disqus", "my-site"}, {"js-kit", "unused"}};
     QTest::newRow("none: hidden") << 0 << accounts << "ProviderLabelNone" << false << "";
     QTest::newRow("HaloScan: its account") << 1 << accounts << "ProviderLabelHaloscan" << true << "halo-user";
     QTest::newRow("JS-Kit: hidden, needs no account") << 2 << accounts << "ProviderLabelJSKit" << false << "unused";
@@ -679,15 +499,11 @@ void tst_QFBlogPlugin::commentsAccountTextIsStoredPerService_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<QVariantMap>("accounts");
 
-    const QVariantMap before{{QStringLiteral("haloscan"), QStringLiteral("old")},
-                             {QStringLiteral("disqus"), QStringLiteral("site")}};
-    QTest::newRow("new HaloScan name replaces the old")
-        << 1 << "new" << QVariantMap{{QStringLiteral("haloscan"), QStringLiteral("new")}, {QStringLiteral("disqus"), QStringLiteral("site")}};
-    QTest::newRow("empty text removes the entry") << 3 << "" << QVariantMap{{QStringLiteral("haloscan"), QStringLiteral("old")}};
+    const QVariantMap before{{"haloscan", "old"}, {"disqus", "site"}};
+    QTest::newRow("new HaloScan name replaces the old") << 1 << "new" << QVariantMap{{"haloscan", "new"}, {"disqus", "site"}};
+    QTest::newRow("empty text removes the entry") << 3 << "" << QVariantMap{{"haloscan", "old"}};
     QTest::newRow("JS-Kit text is kept under its own name")
-        << 2 << "x"
-        << QVariantMap{{QStringLiteral("haloscan"), QStringLiteral("old")}, {QStringLiteral("disqus"), QStringLiteral("site")},
-                       {QStringLiteral("js-kit"), QStringLiteral("x")}};
+        << 2 << "x" << QVariantMap{{"haloscan", "old"}, {"disqus", "site"}, {"js-kit", "x"}};
     QTest::newRow("unknown provider stores nothing") << 9 << "x" << before;
 }
 
@@ -698,8 +514,7 @@ void tst_QFBlogPlugin::commentsAccountTextIsStoredPerService()
     QFETCH(QVariantMap, accounts);
 
     QFBlogPlugin plugin;
-    plugin.setCommentsUserIdentifiers({{QStringLiteral("haloscan"), QStringLiteral("old")},
-                                       {QStringLiteral("disqus"), QStringLiteral("site")}});
+    plugin.setCommentsUserIdentifiers({{"haloscan", "old"}, {"disqus", "site"}});
     plugin.setCommentsSelectedProviderTag(provider);
     QSignalSpy spy(&plugin, &QFTextViewPluginClient::pluginChanged);
     plugin.commentsAccountTextDidChange(text);
@@ -753,9 +568,9 @@ void tst_QFBlogPlugin::exportErrorsAreReportedOnce_data()
     QTest::addColumn<QStringList>("errors");
     QTest::addColumn<bool>("fromWorkerThread");
 
-    QTest::newRow("one error") << QStringList{QStringLiteral("Podcast a.mp3 is missing.\n")} << false;
-    QTest::newRow("two errors") << QStringList{QStringLiteral("First.\n"), QStringLiteral("Second.\n")} << false;
-    QTest::newRow("one error from the export thread") << QStringList{QStringLiteral("Late.\n")} << true;
+    QTest::newRow("one error") << QStringList{"Podcast a.mp3 is missing.\n"} << false;
+    QTest::newRow("two errors") << QStringList{"First.\n", "Second.\n"} << false;
+    QTest::newRow("one error from the export thread") << QStringList{"Late.\n"} << true;
 }
 
 void tst_QFBlogPlugin::exportErrorsAreReportedOnce()
@@ -802,19 +617,13 @@ void tst_QFBlogPlugin::tagCountsFollowAddAndRemove()
     plugin.addTag(QFBlogTag(QStringLiteral("news"))); // letter case makes another tag
     QCOMPARE(changed.count(), 5);
 
-    const QVariantList expected = {
-        QVariantMap{{QStringLiteral("name"), QStringLiteral("News")}, {QStringLiteral("count"), 2u}},
-        QVariantMap{{QStringLiteral("name"), QStringLiteral("news")}, {QStringLiteral("count"), 1u}},
-    };
-    QCOMPARE(plugin.knownTagsArray(), expected);
+    QCOMPARE(plugin.knownTagsArray(),
+             (QVariantList{QVariantMap{{"name", "News"}, {"count", 2u}}, QVariantMap{{"name", "news"}, {"count", 1u}}}));
 
     // Only enabled posts count for the tag pages.
-    QFBlogEntryPtr published = addPost(plugin, kT1, false, 1);
-    published->setTags(QFBlogTagList{news, travel});
-    QFBlogEntryPtr draft = addPost(plugin, kT2, true, 2);
-    draft->setTags(QFBlogTagList{news});
-    QFBlogEntryPtr another = addPost(plugin, kT2, false, 3);
-    another->setTags(QFBlogTagList{news});
+    addPost(plugin, 1, kT1)->setTags(QFBlogTagList{news, travel});
+    addPost(plugin, 2, kT2, {}, {}, true)->setTags(QFBlogTagList{news});
+    addPost(plugin, 3, kT2)->setTags(QFBlogTagList{news});
     const QFCountedSet enabled = plugin.tagsForEnabledBlogEntries();
     QCOMPARE(enabled.countForObject(QVariant::fromValue(news)), 2u);
     QCOMPARE(enabled.countForObject(QVariant::fromValue(travel)), 1u);
@@ -827,16 +636,15 @@ void tst_QFBlogPlugin::documentWasLoadedFindsMovedPodcastsSilently()
     const QString document = moved.filePath(QStringLiteral("site.qfsite"));
     const QString podcast = moved.filePath(QStringLiteral("media/show.mp3"));
     QFile file(podcast);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("ID3");
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("ID3") == 3);
     file.close();
 
     QFBlogPlugin plugin;
-    QFBlogEntryPtr entry = addPost(plugin, kT1, false, 1);
+    QFBlogEntryPtr entry = addPost(plugin, 1, kT1);
     entry->setPodcast(QStringLiteral("/old/place/media/show.mp3"));
     QFFileReference original(QStringLiteral("/old/place/media/show.mp3"), QStringLiteral("/old/place/site.qfsite"));
     entry->setPodcastReference(std::make_shared<QFFileReference>(original));
-    QFBlogEntryPtr untouched = addPost(plugin, kT2, false, 2);
+    QFBlogEntryPtr untouched = addPost(plugin, 2, kT2);
     untouched->setPodcast(podcast);
 
     QFSiteDocument site;

@@ -22,6 +22,7 @@ private slots:
     void sidebar_data();
     void sidebar();
     void commentFeedHostsComeFromTheUserDefaults();
+    void phpSidebarIsAnIncludeForSubpagesOnly_data();
     void phpSidebarIsAnIncludeForSubpagesOnly();
     void exportedPhpSiteIncludesOneSidebarFile();
 
@@ -40,6 +41,14 @@ const QVariantMap kParams{{QStringLiteral("FilenameExt"), QStringLiteral("html")
 QVariantMap section(const char *name, bool enabled = true)
 {
     return QVariantMap{{QStringLiteral("name"), QString::fromLatin1(name)}, {QStringLiteral("enabled"), enabled}};
+}
+
+QVariant sections(std::initializer_list<const char *> names)
+{
+    QVariantList list;
+    for (const char *name : names)
+        list.append(section(name));
+    return list;
 }
 
 // A blog with two published posts a month apart, tagged, so every section
@@ -119,72 +128,58 @@ void tst_QFBlogSidebarControl::sidebar_data()
     QTest::addColumn<QString>("separator"); // null: none stored
     QTest::addColumn<QString>("expected");
 
-    const QVariantMap feedAndJSKit{{QStringLiteral("enableRSS"), true}, {QStringLiteral("commentsSelectedProviderTag"), 2}};
-    const QVariantMap jsKit{{QStringLiteral("commentsSelectedProviderTag"), 2}};
-    const QVariantMap feed{{QStringLiteral("enableRSS"), true}};
-    const QString bar = QStringLiteral("|");
+    const QVariantMap feedAndJSKit{{"enableRSS", true}, {"commentsSelectedProviderTag", 2}};
+    const QVariantMap jsKit{{"commentsSelectedProviderTag", 2}};
+    const QVariantMap feed{{"enableRSS", true}};
+    const QString bar = "|";
+    const QVariant rss = sections({"RSS Link"}), comments = sections({"Comments Link"});
 
     QTest::newRow("nothing stored: the five sections in the default order")
         << QVariant() << feedAndJSKit << false << bar
         << "<div id=\"blog-categories\">[C]</div>|<div id=\"blog-archives\">[A]</div>|[T]|" + kFeed + "|" + kJSKit
                + "</div>|";
-    QTest::newRow("an empty list stored: no sidebar") << QVariant(QVariantList()) << feedAndJSKit << false << bar << "";
+    QTest::newRow("an empty list stored: no sidebar") << sections({}) << feedAndJSKit << false << bar << "";
     QTest::newRow("no separator stored: sections run together")
-        << QVariant(QVariantList{section("Categories"), section("Archives")}) << QVariantMap() << false << QString()
+        << sections({"Categories", "Archives"}) << QVariantMap() << false << QString()
         << "<div id=\"blog-categories\">[C]</div><div id=\"blog-archives\">[A]</div>";
     QTest::newRow("categories listed but category pages off")
-        << QVariant(QVariantList{section("Categories")})
-        << QVariantMap{{QStringLiteral("categoryPostsEnabled"), false}} << false << bar << "";
+        << sections({"Categories"}) << QVariantMap{{"categoryPostsEnabled", false}} << false << bar << "";
     QTest::newRow("tag cloud off while tags are on")
-        << QVariant(QVariantList{section("Tags")}) << QVariantMap{{QStringLiteral("tagCloudEnabled"), false}}
-        << false << bar << "";
-    QTest::newRow("archives off") << QVariant(QVariantList{section("Archives")})
-                                  << QVariantMap{{QStringLiteral("archivePostsEnabled"), false}} << false << bar << "";
+        << sections({"Tags"}) << QVariantMap{{"tagCloudEnabled", false}} << false << bar << "";
+    QTest::newRow("archives off") << sections({"Archives"}) << QVariantMap{{"archivePostsEnabled", false}} << false
+                                  << bar << "";
     QTest::newRow("unknown and switched-off sections write nothing")
-        << QVariant(QVariantList{section("Weather"), section("Tags", false), QStringLiteral("Tags")}) << feedAndJSKit
-        << false << bar << "";
-    QTest::newRow("feed without a comments section stays open")
-        << QVariant(QVariantList{section("RSS Link")}) << feed << false << bar << kFeed + "|";
+        << QVariant(QVariantList{section("Weather"), section("Tags", false), "Tags"}) << feedAndJSKit << false << bar
+        << "";
+    QTest::newRow("feed without a comments section stays open") << rss << feed << false << bar << kFeed + "|";
     QTest::newRow("feed with the comments section switched off stays open")
         << QVariant(QVariantList{section("RSS Link"), section("Comments Link", false)}) << feedAndJSKit << false << bar
         << kFeed + "|";
     QTest::newRow("feed closed by the comments section without a comment service")
-        << QVariant(QVariantList{section("RSS Link"), section("Comments Link")}) << feed << false << bar
-        << kFeed + "|</div>|";
+        << sections({"RSS Link", "Comments Link"}) << feed << false << bar << kFeed + "|</div>|";
     QTest::newRow("comments section closes an element even when it comes first")
-        << QVariant(QVariantList{section("Comments Link"), section("RSS Link")}) << feed << false << bar
-        << "</div>|" + kFeed + "|";
-    QTest::newRow("feed off, JS-Kit with a link text")
-        << QVariant(QVariantList{section("Comments Link")}) << jsKit << false << bar << kJSKit + "|";
-    QVariantMap jsKitWithoutText = jsKit;
-    jsKitWithoutText.insert(QStringLiteral("rssCommentsLinkName"), QString());
+        << sections({"Comments Link", "RSS Link"}) << feed << false << bar << "</div>|" + kFeed + "|";
+    QTest::newRow("feed off, JS-Kit with a link text") << comments << jsKit << false << bar << kJSKit + "|";
     QTest::newRow("feed off, JS-Kit without a link text: the separator alone")
-        << QVariant(QVariantList{section("Comments Link")}) << jsKitWithoutText << false << bar << "|";
-    QTest::newRow("feed off, no comment service: nothing")
-        << QVariant(QVariantList{section("Comments Link")}) << QVariantMap() << false << bar << "";
+        << comments << QVariantMap{{"commentsSelectedProviderTag", 2}, {"rssCommentsLinkName", QString()}} << false
+        << bar << "|";
+    QTest::newRow("feed off, no comment service: nothing") << comments << QVariantMap() << false << bar << "";
     QTest::newRow("HaloScan member feed with the account escaped")
-        << QVariant(QVariantList{section("Comments Link")})
-        << QVariantMap{{QStringLiteral("commentsSelectedProviderTag"), 1},
-                       {QStringLiteral("commentsUserIdentifiers"), QVariantMap{{QStringLiteral("haloscan"), QStringLiteral("tom & co")}}}}
+        << comments
+        << QVariantMap{{"commentsSelectedProviderTag", 1}, {"commentsUserIdentifiers", QVariantMap{{"haloscan", "tom & co"}}}}
         << false << bar
         << "<a class=\"blog-comments-rss-link\" href=\"http://www.haloscan.com/members/rss.php?user=tom%20%26%20co\">"
            "Comments</a>|";
     QTest::newRow("Disqus offers no comments feed")
-        << QVariant(QVariantList{section("Comments Link")})
-        << QVariantMap{{QStringLiteral("commentsSelectedProviderTag"), 3},
-                       {QStringLiteral("commentsUserIdentifiers"), QVariantMap{{QStringLiteral("disqus"), QStringLiteral("site")}}}}
+        << comments
+        << QVariantMap{{"commentsSelectedProviderTag", 3}, {"commentsUserIdentifiers", QVariantMap{{"disqus", "site"}}}}
         << false << bar << "|";
-    QString subpageFeed = kFeed;
-    subpageFeed.replace(QStringLiteral("files/feed.xml"), QStringLiteral("feed.xml"));
     QTest::newRow("feed link from a page in the files folder")
-        << QVariant(QVariantList{section("RSS Link")}) << feed << true << bar << subpageFeed + "|";
-    QVariantMap custom = feed;
-    custom.insert(QStringLiteral("enableCustomRSSURL"), true);
-    custom.insert(QStringLiteral("rssCustomFeedURL"), QStringLiteral("http://feeds.example.net/tom"));
-    QString customFeed = kFeed;
-    customFeed.replace(QStringLiteral("files/feed.xml"), QStringLiteral("http://feeds.example.net/tom"));
+        << rss << feed << true << bar << QString(kFeed).replace("files/feed.xml", "feed.xml") + "|";
     QTest::newRow("custom feed address as stored")
-        << QVariant(QVariantList{section("RSS Link")}) << custom << true << bar << customFeed + "|";
+        << rss
+        << QVariantMap{{"enableRSS", true}, {"enableCustomRSSURL", true}, {"rssCustomFeedURL", "http://feeds.example.net/tom"}}
+        << true << bar << QString(kFeed).replace("files/feed.xml", "http://feeds.example.net/tom") + "|";
 }
 
 void tst_QFBlogSidebarControl::sidebar()
@@ -221,15 +216,35 @@ void tst_QFBlogSidebarControl::commentFeedHostsComeFromTheUserDefaults()
                                   "href=\"https://comments.example.net/rss/example.org/blog/\">Comments</a>"));
 }
 
+void tst_QFBlogSidebarControl::phpSidebarIsAnIncludeForSubpagesOnly_data()
+{
+    QTest::addColumn<QVariant>("subpage"); // the page parameter, read as a yes/no text
+    QTest::addColumn<bool>("include");
+
+    QTest::newRow("yes") << QVariant("yes") << true;
+    QTest::newRow("tRuE") << QVariant("tRuE") << true;
+    QTest::newRow("1") << QVariant("1") << true;
+    QTest::newRow("2") << QVariant("2") << false;
+    QTest::newRow("yes with a space") << QVariant(" yes") << false;
+    QTest::newRow("absent: the main page") << QVariant() << false;
+}
+
 void tst_QFBlogSidebarControl::phpSidebarIsAnIncludeForSubpagesOnly()
 {
+    QFETCH(QVariant, subpage);
+    QFETCH(bool, include);
+
     Blog blog;
     blog.plugin.setSidebarControl({section("Categories")});
     blog.plugin.setUsePHPForSidebarContent(true);
-    QVariantMap subpage = kParams;
-    subpage.insert(QStringLiteral("subpage"), QStringLiteral("yes"));
-    QCOMPARE(blog.plugin.sidebarHTML(subpage), QStringLiteral("<?php include(\"sidebar-content.html\"); ?>"));
-    QVERIFY(blog.plugin.sidebarHTML(kParams).startsWith(QStringLiteral("<div id=\"blog-categories\">")));
+    QVariantMap params = kParams;
+    if (subpage.isValid())
+        params.insert(QStringLiteral("subpage"), subpage);
+    const QString html = blog.plugin.sidebarHTML(params);
+    if (include)
+        QCOMPARE(html, QStringLiteral("<?php include(\"sidebar-content.html\"); ?>"));
+    else
+        QVERIFY2(html.startsWith(QStringLiteral("<div id=\"blog-categories\">")), qPrintable(html));
     QCOMPARE(blog.plugin.overrideFileExtension(), std::optional<QString>(QStringLiteral("php")));
 }
 
