@@ -5,12 +5,10 @@
 #include "qfkit/support/qfcalendarformat.h"
 #include "qfkit/support/qfexception.h"
 
-#include <QFile>
 #include <QImage>
 #include <QRegularExpression>
 #include <QSet>
 #include <QTest>
-#include <QXmlStreamReader>
 
 namespace {
 
@@ -57,11 +55,9 @@ private slots:
     void formatTakesItsArguments_data();
     void formatTakesItsArguments();
     void stringTableTexts();
-    void defaultPostDate();
     void dateModifiers();
     void languageCodesAreFeedCodes();
     void defaultCategoriesAreDistinct();
-    void feedSkeletonIsWellFormedXml();
     void enclosureTypes();
     void smiley_data();
     void smiley();
@@ -78,13 +74,14 @@ void TestBlogBundleResources::propertyListParses_data()
     QTest::addColumn<int>("type");
     QTest::addColumn<int>("minimumCount");
 
-    QTest::newRow("languages") << "languages.plist" << int(QMetaType::QVariantMap) << 30;
-    QTest::newRow("dates") << "dates.plist" << int(QMetaType::QVariantMap) << 12;
-    QTest::newRow("rss") << "rss.plist" << int(QMetaType::QVariantMap) << 4;
+    const int map = QMetaType::QVariantMap;
+    QTest::newRow("languages") << "languages.plist" << map << 30;
+    QTest::newRow("dates") << "dates.plist" << map << 12;
+    QTest::newRow("rss") << "rss.plist" << map << 4;
     QTest::newRow("categories") << "categories.plist" << int(QMetaType::QVariantList) << 3;
-    QTest::newRow("enclosures") << "enclosures.plist" << int(QMetaType::QVariantMap) << 16;
-    QTest::newRow("smileys") << "smileys.plist" << int(QMetaType::QVariantMap) << 8;
-    QTest::newRow("string table") << "en.lproj/Localizable.plist" << int(QMetaType::QVariantMap) << 60;
+    QTest::newRow("enclosures") << "enclosures.plist" << map << 16;
+    QTest::newRow("smileys") << "smileys.plist" << map << 8;
+    QTest::newRow("string table") << "en.lproj/Localizable.plist" << map << 60;
 }
 
 void TestBlogBundleResources::propertyListParses()
@@ -187,23 +184,6 @@ void TestBlogBundleResources::stringTableTexts()
     }
 }
 
-void TestBlogBundleResources::defaultPostDate()
-{
-    // A new blog writes post dates with the four default modifiers.
-    const QVariantMap dates = readPlist(QStringLiteral("dates.plist")).toMap();
-    const QVariantMap table = stringTable();
-    const QStringList separators = {QStringLiteral("/"), QStringLiteral("/"), QStringLiteral(" "), QStringLiteral(" ")};
-    QString format;
-    for (int i = 0; i < 4; ++i) {
-        const QString name = table.value(QStringLiteral("datemod%1").arg(i + 1)).toString();
-        QVERIFY2(dates.contains(name), qPrintable(name));
-        format += dates.value(name).toString() + separators.at(i);
-    }
-    QCOMPARE(QFCalendarFormat::format(QDateTime(QDate(2024, 3, 9), QTime(14, 5, 7)), format),
-             QStringLiteral("03/09/2024 02:05 PM "));
-    QVERIFY(readPlist(QStringLiteral("languages.plist")).toMap().contains(table.value(QStringLiteral("defaultLanguage")).toString()));
-}
-
 void TestBlogBundleResources::dateModifiers()
 {
     // Every fragment formats without leftover specifiers, and fragments are
@@ -232,6 +212,7 @@ void TestBlogBundleResources::languageCodesAreFeedCodes()
         QVERIFY2(!seen.contains(it->toString()), qPrintable(it->toString()));
         seen.insert(it->toString());
     }
+    QVERIFY(languages.contains(stringTable().value(QStringLiteral("defaultLanguage")).toString()));
 }
 
 void TestBlogBundleResources::defaultCategoriesAreDistinct()
@@ -244,42 +225,6 @@ void TestBlogBundleResources::defaultCategoriesAreDistinct()
         QVERIFY2(!seen.contains(name.toString().toCaseFolded()), qPrintable(name.toString()));
         seen.insert(name.toString().toCaseFolded());
     }
-}
-
-void TestBlogBundleResources::feedSkeletonIsWellFormedXml()
-{
-    const QVariantMap rss = readPlist(QStringLiteral("rss.plist")).toMap();
-    for (const char *key : {"header", "generator", "updating", "footer"}) {
-        QVERIFY2(!rss.value(QLatin1String(key)).toString().isEmpty(), key);
-        QVERIFY2(!rss.value(QLatin1String(key)).toString().contains(QLatin1Char('%')), key);
-    }
-    const QString feed = rss.value(QStringLiteral("header")).toString()
-        + QStringLiteral("<title>T</title><dc:language>en-us</dc:language><dc:creator>a@example.com</dc:creator>")
-        + rss.value(QStringLiteral("generator")).toString()
-        + QStringLiteral("<admin:errorReportsTo rdf:resource=\"mailto:a@example.com\" />")
-        + rss.value(QStringLiteral("updating")).toString()
-        + QStringLiteral("<itunes:explicit>no</itunes:explicit>"
-                         "<item><title>P</title><content:encoded><![CDATA[<p>x</p>]]></content:encoded></item>")
-        + rss.value(QStringLiteral("footer")).toString();
-
-    QXmlStreamReader xml(feed);
-    QSet<QString> prefixes;
-    QString root;
-    while (!xml.atEnd()) {
-        if (xml.readNext() != QXmlStreamReader::StartElement)
-            continue;
-        if (root.isEmpty())
-            root = xml.name().toString();
-        if (!xml.prefix().isEmpty()) {
-            QVERIFY2(!xml.namespaceUri().isEmpty(), qPrintable(xml.qualifiedName().toString()));
-            prefixes.insert(xml.prefix().toString());
-        }
-    }
-    QVERIFY2(!xml.hasError(), qPrintable(xml.errorString()));
-    QCOMPARE(root, QStringLiteral("rss"));
-    for (const char *prefix : {"dc", "admin", "content", "itunes", "sy"})
-        QVERIFY2(prefixes.contains(QLatin1String(prefix)), prefix);
-    QVERIFY(!feed.contains(QLatin1String("http:///")));
 }
 
 void TestBlogBundleResources::enclosureTypes()
@@ -357,14 +302,7 @@ void TestBlogBundleResources::image()
 {
     QFETCH(QString, file);
     QFETCH(QSize, size);
-    const QImage picture(resource(file));
-    QVERIFY(!picture.isNull());
-    QCOMPARE(picture.size(), size);
-    if (file.endsWith(QLatin1String(".gif"))) {
-        QFile bytes(resource(file));
-        QVERIFY(bytes.open(QIODevice::ReadOnly));
-        QVERIFY(bytes.read(4) == "GIF8");
-    }
+    QCOMPARE(QImage(resource(file)).size(), size);
 }
 
 void TestBlogBundleResources::pageTemplate_data()

@@ -3,10 +3,8 @@
 #include "blog/model/qfblogmodel.h"
 #include "blog/model/qfcollections.h"
 #include "blog/plugin/qfblogplugin.h"
-#include "qfkit/coding/qfarchiver.h"
 #include "qfkit/coding/qfkeyedarchiver.h"
 #include "qfkit/coding/qfkeyedunarchiver.h"
-#include "qfkit/coding/qfunarchiver.h"
 #include "qfkit/support/qfbundle.h"
 #include "qfkit/support/qflog.h"
 #include "qfkit/text/qfstyledtextattributes.h"
@@ -24,7 +22,6 @@ private slots:
     void init();
     void cleanup();
 
-    void recordRoundTrip();
     void readsStoredDictionary_data();
     void readsStoredDictionary();
     void styledTitleBecomesPlain();
@@ -88,60 +85,6 @@ void tst_QFBlogEntry::cleanup()
 int tst_QFBlogEntry::tagCount(const QFBlogPlugin &plugin, const QString &name)
 {
     return int(plugin.knownTags().countForObject(QVariant::fromValue(QFBlogTag(name))));
-}
-
-void tst_QFBlogEntry::recordRoundTrip()
-{
-    const auto entry = newEntry();
-    entry->setTitle(QStringLiteral("Lisbon, day 2"));
-    entry->setEntry(QFStyledText(QStringLiteral("Trams and "))
-                        .append(QStringLiteral("pastéis"), {{kQFBoldAttributeName, true}}));
-    entry->setEntrySummaryString(QStringLiteral("Trams."));
-    entry->setDate(QDateTime(QDate(2009, 3, 29), QTime(2, 30, 0)));
-    entry->setStatus(1);
-    entry->setID(42);
-    entry->setSummarizeRSSSentenceCount(3);
-    entry->setOverridePermalinkNameText(QStringLiteral("lisbon-2"));
-    entry->setCategoryIDs({m_food, m_travel});
-    entry->setTags(QFBlogTagList{QFBlogTag(QStringLiteral("Portugal")), QFBlogTag(QStringLiteral("trams"))});
-    entry->setPodcast(QStringLiteral("/media/lisbon.mp3"));
-    auto custom = QFBlogCustomTag::create();
-    custom->setTag(QStringLiteral("geo:lat"));
-    entry->setCustomTags({custom});
-    auto itunes = QFBlogCustomiTunesTags::tags();
-    itunes->setSubtitle(QStringLiteral("Episode 2"));
-    entry->setItunesTags(itunes);
-    entry->setPodcastReference(std::make_shared<QFFileReference>(QStringLiteral("/media/lisbon.mp3")));
-    entry->setPodcastOverride({{QStringLiteral("override"), true}, {QStringLiteral("size"), 1000}});
-
-    // As the plugin record stores posts: the dictionary inside a sequential archive.
-    QFArchiver archiver;
-    archiver.encodeObject(QVariant(QVariantList{entry->dictionaryForEncoding()}));
-    QFUnarchiver unarchiver(archiver.data());
-    const QVariantMap stored = unarchiver.decodeObject().toList().value(0).toMap();
-
-    QFBlogPlugin other;
-    other.setCategories(m_plugin->categories());
-    const auto read = QFBlogEntry::blogEntryWithDictionary(stored, &other);
-    QVERIFY(read);
-    QCOMPARE(read->title(), entry->title());
-    QCOMPARE(read->entry(), entry->entry());
-    QCOMPARE(read->entrySummary()->plainString(), QStringLiteral("Trams."));
-    QCOMPARE(read->date(), entry->date());
-    QCOMPARE(read->status(), 1);
-    QCOMPARE(read->ID(), 42);
-    QCOMPARE(read->GUID(), entry->GUID());
-    QCOMPARE(read->summarizeRSSSentenceCount(), 3);
-    QCOMPARE(read->overridePermalinkNameText(), QStringLiteral("lisbon-2"));
-    QCOMPARE(read->categoryIDs(), (QList<int>{m_food, m_travel}));
-    QCOMPARE(read->tags(), entry->tags());
-    QCOMPARE(read->customTags().size(), 1);
-    QVERIFY(read->customTags().constFirst()->isEqual(*custom));
-    QVERIFY(read->itunesTags() && read->itunesTags()->isEqual(*itunes));
-    QVERIFY(read->podcastReference() && *read->podcastReference() == *entry->podcastReference());
-    QCOMPARE(read->podcastOverride().value(QStringLiteral("size")).toInt(), 1000);
-    // The reading registered the tags with the new plugin.
-    QCOMPARE(tagCount(other, QStringLiteral("Portugal")), 1);
 }
 
 void tst_QFBlogEntry::readsStoredDictionary_data()
@@ -219,9 +162,7 @@ void tst_QFBlogEntry::guidIsMadeOnceAndKept()
     const auto entry = newEntry();
     QVERIFY(!entry->hasGUID());
     const QString guid = entry->GUID();
-    QVERIFY(QRegularExpression(QStringLiteral("^[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}$"))
-                .match(guid)
-                .hasMatch());
+    QVERIFY(QRegularExpression(QStringLiteral("^[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}$")).match(guid).hasMatch());
     QCOMPARE(entry->GUID(), guid);
     QVERIFY(newEntry()->GUID() != guid);
 
