@@ -69,26 +69,17 @@ void tst_QFBlogSearchIndexes::search_data()
     QTest::newRow("nothing matches") << "zebra" << L{} << L{} << L{};
     QTest::newRow("empty query finds nothing") << "" << L{} << L{} << L{};
 
+    // Short queries, other scripts and query-syntax characters; the random
+    // comparison below adds letter case, umlauts, emoji and punctuation.
     QTest::newRow("one character") << "q" << L{4, 5} << L{} << L{4, 5};
-    QTest::newRow("two characters") << "ak" << L{} << L{0, 5} << L{0, 5};
     QTest::newRow("a space alone") << " " << L{0, 1, 2, 3, 5} << L{0, 1, 2, 3, 4, 5, 6} << L{0, 1, 2, 3, 4, 5, 6};
-
-    QTest::newRow("umlaut, two characters, other case") << "ÜB" << L{} << L{2} << L{2};
     QTest::newRow("sharp s inside a word") << "üße" << L{2} << L{} << L{2};
-    QTest::newRow("accented letter at a word end") << "afé" << L{} << L{2} << L{2};
     QTest::newRow("accent is not folded away") << "cafe" << L{} << L{} << L{};
-    QTest::newRow("emoji alone") << "🎉" << L{} << L{1} << L{1};
     QTest::newRow("emoji in a three-character query") << "t 🌃" << L{} << L{6} << L{6};
     QTest::newRow("two CJK characters") << "東京" << L{6} << L{} << L{6};
-
     QTest::newRow("AND is a word, not an operator") << "AND" << L{} << L{1, 3} << L{1, 3};
     QTest::newRow("NEAR with parenthesis") << "NEAR(" << L{} << L{3} << L{3};
-    QTest::newRow("double quotes inside text") << "say \"hi\"" << L{} << L{4} << L{4};
-    QTest::newRow("two double quotes never adjacent") << "\"\"" << L{} << L{} << L{};
-    QTest::newRow("star after a digit") << "5*" << L{} << L{4} << L{4};
     QTest::newRow("column filter syntax") << "title:" << L{5} << L{} << L{5};
-    QTest::newRow("percent is not a wildcard") << "0%" << L{} << L{5} << L{5};
-    QTest::newRow("underscore is not a wildcard") << "e_c" << L{} << L{5} << L{5};
     QTest::newRow("NUL character inside text") << QString(QStringLiteral("re") + QChar(0) + QStringLiteral("af")) << L{}
                                                << L{8} << L{8};
 }
@@ -220,8 +211,7 @@ void tst_QFBlogSearchIndexes::unindexing()
 
 void tst_QFBlogSearchIndexes::batchOfManyPosts()
 {
-    const QStringList words = {QStringLiteral("river"), QStringLiteral("stone"), QStringLiteral("lantern"),
-                               QStringLiteral("harbour"), QStringLiteral("meadow")};
+    const QStringList words{"river", "stone", "lantern", "harbour", "meadow"};
     QList<Post> posts;
     for (int ID = 0; ID < 3000; ++ID) {
         QString body;
@@ -246,25 +236,20 @@ void tst_QFBlogSearchIndexes::batchOfManyPosts()
 
 void tst_QFBlogSearchIndexes::ensureIndexedIndexesPostsOnce()
 {
-    auto makePost = [](int ID, const QString &title, const QString &body) {
-        auto entry = std::make_shared<QFBlogEntry>();
-        entry->setID(ID);
-        entry->setTitle(title);
-        entry->setEntry(QFStyledText(body));
-        return entry;
-    };
-    QList<QFBlogEntryPtr> blog = {makePost(0, QStringLiteral("First"), QStringLiteral("Hello world")),
-                                  makePost(1, QStringLiteral("Second"), QStringLiteral("Goodbye moon")),
-                                  std::make_shared<QFBlogEntry>()};
-    blog.last()->setID(2); // no title, no body
+    QList<QFBlogEntryPtr> blog;
+    for (const auto &[title, body] : {std::pair("First", "Hello world"), {"Second", "Goodbye moon"}, {"", ""}}) {
+        blog.append(std::make_shared<QFBlogEntry>());
+        blog.last()->setID(int(blog.size()) - 1);
+        if (*title) // the last has no title, no body
+            blog.last()->setTitle(QString::fromLatin1(title));
+        if (*body)
+            blog.last()->setEntry(QFStyledText(QString::fromLatin1(body)));
+    }
 
     QFBlogSearchIndexes indexes;
     QVERIFY(!indexes.shouldUpdateSearchIndexes());
     int asked = 0;
-    auto allPosts = [&] {
-        ++asked;
-        return blog;
-    };
+    const auto allPosts = [&] { ++asked; return blog; };
     QVERIFY(indexes.ensureIndexed(allPosts));
     QVERIFY(indexes.shouldUpdateSearchIndexes());
     QCOMPARE(asked, 1);
