@@ -2,13 +2,17 @@
 
 #include "blog/model/qfblogentry.h"
 #include "blog/model/qfblogmodel.h"
+#include "qfkit/document/qfexportitem.h"
 #include "qfkit/support/qfbundle.h"
 #include "qfkit/support/qffilereference.h"
 #include "qfkit/text/qfstyledtextattributes.h"
 
 #include <QBuffer>
+#include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QMetaProperty>
+#include <QRegularExpression>
 #include <QtTest>
 
 const QDateTime kFixtureNow(QDate(2024, 2, 29), QTime(12, 0, 0));
@@ -244,4 +248,66 @@ QString postDifferences(const QFBlogPlugin &expected, const QFBlogPlugin &actual
         }
     }
     return QString();
+}
+
+QVariantMap pageParams(const QVariantMap &extra)
+{
+    QVariantMap params{{"FilenameExt", "html"}, {"filesfoldername", "files"}, {"name", "blog.html"}, {"title", "My Blog"}};
+    params.insert(extra);
+    return params;
+}
+
+QFBlogEntryPtr addPost(QFBlogPlugin &blog, int id, const QDateTime &date, bool draft)
+{
+    QFBlogEntryPtr entry = QFBlogEntry::blogEntryWithBlogPlugin(&blog);
+    entry->setID(id);
+    entry->setGUID(QStringLiteral("post-%1").arg(id));
+    entry->setTitle(QStringLiteral("Post %1").arg(id));
+    entry->setEntryString(QStringLiteral("Text of post %1.").arg(id));
+    entry->setDate(date);
+    entry->setStatus(draft ? 0 : 1);
+    blog.insertBlogEntry(entry);
+    return entry;
+}
+
+QFBlogTagList tagList(const QStringList &names)
+{
+    QFBlogTagList tags;
+    for (const QString &name : names)
+        tags.append(QFBlogTag(name));
+    return tags;
+}
+
+int categoryID(const QFBlogPlugin &blog, const QString &name)
+{
+    const QFBlogCategoryPtr category = blog.categoryForCategoryName(name);
+    return category ? category->categoryID() : -1;
+}
+
+QStringList entryIDs(const QString &html)
+{
+    static const QRegularExpression id(QStringLiteral("id=\"unique-entry-id-(\\d+)\""));
+    QStringList ids;
+    for (auto it = id.globalMatch(html); it.hasNext();)
+        ids.append(it.next().captured(1));
+    return ids;
+}
+
+QStringList itemNames(const QList<QFExportItem> &items)
+{
+    QStringList names;
+    for (const QFExportItem &item : items)
+        names.append(item.isFile() ? QFileInfo(item.filePath()).fileName() : item.name());
+    return names;
+}
+
+QString readFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+QString goldenFile(const QString &path)
+{
+    return readFile(QStringLiteral(QF_SOURCE_DIR "/tests/data/") + path);
 }
