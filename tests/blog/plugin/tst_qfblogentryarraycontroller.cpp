@@ -1,7 +1,6 @@
-#include "blog/model/qfblogentry.h"
+#include "blogposts.h"
+
 #include "blog/plugin/qfblogentryarraycontroller.h"
-#include "blog/plugin/qfblogplugin.h"
-#include "qfkit/support/qfbundle.h"
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -15,7 +14,7 @@ class tst_QFBlogEntryArrayController : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase() { initializeBlogPluginClass(); }
 
     void arrangedNewestFirstNarrowedBySearch_data();
     void arrangedNewestFirstNarrowedBySearch();
@@ -27,33 +26,14 @@ private slots:
     void modelRowsFollowTheArrangement();
 
 private:
-    static void addFivePosts(QFBlogPlugin &plugin);
-    static IDList arrangedIDs(const QFBlogEntryArrayController &controller);
-};
-
-void tst_QFBlogEntryArrayController::initTestCase()
-{
-    QFBlogPlugin::initializeClass(QFBundle(QStringLiteral(QF_BLOG_BUNDLE_PATH)));
-}
-
-void tst_QFBlogEntryArrayController::addFivePosts(QFBlogPlugin &plugin)
-{
-    for (int id = 1; id <= 5; ++id) {
-        const QFBlogEntryPtr entry = QFBlogEntry::blogEntryWithBlogPlugin(&plugin);
-        entry->setID(id);
-        entry->setTitle(QStringLiteral("Post %1").arg(id));
-        entry->setDate(QDateTime(QDate(2023, 3, 1).addDays(id), QTime(12, 0)));
-        plugin.insertBlogEntry(entry);
+    // Posts 1 to 5, a day apart: arranged 5, 4, 3, 2, 1.
+    static void addFivePosts(QFBlogPlugin &plugin)
+    {
+        for (int id = 1; id <= 5; ++id)
+            addPost(plugin, id, day(id), QStringLiteral("Post %1").arg(id));
     }
-}
-
-IDList tst_QFBlogEntryArrayController::arrangedIDs(const QFBlogEntryArrayController &controller)
-{
-    IDList ids;
-    for (const QFBlogEntryPtr &entry : controller.arrangedObjects())
-        ids.append(entry->ID());
-    return ids;
-}
+    static IDList arrangedIDs(const QFBlogEntryArrayController &controller) { return postIDs(controller.arrangedObjects()); }
+};
 
 void tst_QFBlogEntryArrayController::arrangedNewestFirstNarrowedBySearch_data()
 {
@@ -149,10 +129,10 @@ void tst_QFBlogEntryArrayController::addedPostsJoinThePluginAndAreSelected()
     QFBlogEntryArrayController &controller = plugin.blogEntryArrayController();
     const QFBlogEntryPtr newer = QFBlogEntry::blogEntryWithBlogPlugin(&plugin);
     newer->setID(7);
-    newer->setDate(QDateTime(QDate(2023, 3, 20), QTime(8, 0)));
+    newer->setDate(day(20));
     const QFBlogEntryPtr older = QFBlogEntry::blogEntryWithBlogPlugin(&plugin);
     older->setID(6);
-    older->setDate(QDateTime(QDate(2020, 1, 1), QTime(8, 0)));
+    older->setDate(day(-20));
 
     controller.addObjects({older, newer, older});
 
@@ -173,8 +153,7 @@ void tst_QFBlogEntryArrayController::modelRowsFollowTheArrangement()
     const QModelIndex title = controller.index(2, QFBlogEntryArrayController::TitleColumn);
     QCOMPARE(title.data().toString(), QFBlogPlugin::localizedString(QStringLiteral("NoTitle")));
     QCOMPARE(title.data(QFBlogEntryArrayController::EntryRole).value<QFBlogEntryPtr>(), untitled);
-    QCOMPARE(controller.index(0, QFBlogEntryArrayController::DateColumn).data().toDateTime(),
-             QDateTime(QDate(2023, 3, 6), QTime(12, 0)));
+    QCOMPARE(controller.index(0, QFBlogEntryArrayController::DateColumn).data().toDateTime(), day(5));
 
     controller.updateSearchResults(IDList{1});
     QCOMPARE(controller.rowCount(), 1);
