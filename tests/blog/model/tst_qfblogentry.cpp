@@ -20,7 +20,11 @@ class tst_QFBlogEntry : public QObject
 private slots:
     void initTestCase();
     void init();
-    void cleanup();
+    void cleanup()
+    {
+        QFBlogEntry::setPluginForDecoding(nullptr);
+        m_plugin.reset();
+    }
 
     void readsStoredDictionary_data();
     void readsStoredDictionary();
@@ -74,12 +78,6 @@ void tst_QFBlogEntry::init()
     }
     m_plugin->setCategories(categories);
     QCOMPARE(m_plugin->categories().size(), 4);
-}
-
-void tst_QFBlogEntry::cleanup()
-{
-    QFBlogEntry::setPluginForDecoding(nullptr);
-    m_plugin.reset();
 }
 
 int tst_QFBlogEntry::tagCount(const QFBlogPlugin &plugin, const QString &name)

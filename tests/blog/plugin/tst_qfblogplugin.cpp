@@ -35,7 +35,11 @@ class tst_QFBlogPlugin : public QObject
 
 private slots:
     void initTestCase();
-    void cleanupTestCase();
+    void cleanupTestCase()
+    {
+        QFAlert::setPresenter(m_previousPresenter);
+        QFBlogPlugin::setUserIdentityProvider({});
+    }
 
     void creatorComesFromTheUser_data();
     void creatorComesFromTheUser();
@@ -106,12 +110,6 @@ void tst_QFBlogPlugin::initTestCase()
     QFBlogPlugin::setUserIdentityProvider([] { return QFBlogUserIdentity{QStringLiteral("Ada Lovelace"), QString()}; });
     initializeBlogPluginClass();
     m_previousPresenter = QFAlert::setPresenter(&m_alerts);
-}
-
-void tst_QFBlogPlugin::cleanupTestCase()
-{
-    QFAlert::setPresenter(m_previousPresenter);
-    QFBlogPlugin::setUserIdentityProvider({});
 }
 
 QString tst_QFBlogPlugin::scratchPath(const QFBlogPlugin &plugin)
@@ -223,19 +221,7 @@ void tst_QFBlogPlugin::settingByKeyBroadcastsAsItsRuleSays()
     const char *name = key.constData();
     const bool stampsBuildDate = key != "lastBuildDate"; // that row sets the stamp itself
 
-    // While initialising nothing reaches the host and lastBuildDate stays.
-    {
-        QFBlogPlugin plugin;
-        plugin.setClock([] { return kT1; });
-        const QDateTime built = plugin.lastBuildDate();
-        QSignalSpy spy(&plugin, &QFTextViewPluginClient::pluginChanged);
-        plugin.setPluginIsInitialising(true);
-        QVERIFY(plugin.setProperty(name, value));
-        QCOMPARE(spy.count(), 0);
-        if (stampsBuildDate)
-            QCOMPARE(plugin.lastBuildDate(), built);
-    }
-
+    // Reading a record sets these with nothing reported: the record tests check that.
     QFBlogPlugin plugin;
     QDateTime clock = kT1;
     plugin.setClock([&clock] { return clock; });

@@ -20,8 +20,8 @@ class tst_QFBlogPluginEntries : public QObject
 
 private slots:
     void initTestCase();
-    void cleanupTestCase();
-    void init();
+    void cleanupTestCase() { QFAlert::setPresenter(m_previousPresenter); }
+    void init() { m_alerts.clear(); }
 
     void firstPostOfANewBlogHasIDZero();
     void newPostsAreNeverHiddenByASearch_data();
@@ -63,16 +63,6 @@ void tst_QFBlogPluginEntries::initTestCase()
 {
     initializeBlogPluginClass();
     m_previousPresenter = QFAlert::setPresenter(&m_alerts);
-}
-
-void tst_QFBlogPluginEntries::cleanupTestCase()
-{
-    QFAlert::setPresenter(m_previousPresenter);
-}
-
-void tst_QFBlogPluginEntries::init()
-{
-    m_alerts.clear();
 }
 
 void tst_QFBlogPluginEntries::addThreePosts(QFBlogPlugin &plugin)
