@@ -1,7 +1,6 @@
 #include "blogfixtures.h"
 
 #include "blog/generation/qfblogpluginsandwich.h"
-#include "blog/model/qfblogentry.h"
 #include "blog/plugin/qfblogentryarraycontroller.h"
 #include "blog/plugin/qfblogplugin.h"
 #include "qfkit/sandwich/cvsandwich.h"
@@ -28,39 +27,28 @@ QString L(const char *key)
 }
 
 // A package read back from its file, as the host hands it over.
-std::unique_ptr<CVSandwich> throughFile(const CVSandwich &sandwich, const QTemporaryDir &dir)
+std::unique_ptr<CVSandwich> throughFile(const CVSandwich &sandwich)
 {
-    const QString path = dir.filePath(QStringLiteral("page.qfpage"));
+    QTemporaryDir dir;
+    const QString path = dir.filePath("page.qfpage");
     QFPagePackageWriter().write(sandwich, path);
     return QFPagePackageReader().read(path);
 }
 
-std::unique_ptr<CVSandwich> packageOf(const QVariantMap &dictionary, const QMap<QString, QString> &files = {})
+// A blog made from a package holding `dictionary` and `files` (name: path).
+std::unique_ptr<QFBlogPlugin> rebuilt(const QVariantMap &dictionary, const QMap<QString, QString> &files = {})
 {
-    auto sandwich = std::make_unique<CVSandwich>(QFBlogPluginSandwich::sandwichType());
+    CVSandwich sandwich(QFBlogPluginSandwich::sandwichType());
     auto filling = std::make_shared<CVSandwichFilling>(dictionary);
     for (auto it = files.cbegin(); it != files.cend(); ++it)
         filling->addFile(it.key(), it.value());
-    sandwich->setFilling(filling, 0);
-    return sandwich;
-}
-
-std::unique_ptr<QFBlogPlugin> rebuilt(const QVariantMap &dictionary, const QMap<QString, QString> &files = {})
-{
-    return QFBlogPluginSandwich::createWithSandwich(*packageOf(dictionary, files), [] { return kNow; });
+    sandwich.setFilling(filling, 0);
+    return QFBlogPluginSandwich::createWithSandwich(sandwich, [] { return kNow; });
 }
 
 QVariantMap postDictionary(const QString &title, int id)
 {
-    return {{QStringLiteral("Title"), title}, {QStringLiteral("ID"), id}, {QStringLiteral("PublishStatus"), 1}};
-}
-
-QString writeFile(const QTemporaryDir &dir, const QString &name, const QByteArray &bytes)
-{
-    QFile file(dir.filePath(name));
-    file.open(QIODevice::WriteOnly);
-    file.write(bytes);
-    return file.fileName();
+    return {{"Title", title}, {"ID", id}, {"PublishStatus", 1}};
 }
 
 } // namespace
@@ -70,346 +58,289 @@ class tst_QFBlogPluginSandwich : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
+    void initTestCase() { initializeBlogClassForFixtures(); }
+    void init()
+    {
+        m_alerts.clear();
+        m_previousPresenter = QFAlert::setPresenter(&m_alerts);
+    }
+    void cleanup() { QFAlert::setPresenter(m_previousPresenter); }
 
-    void everySettingSurvivesThePackage();
-    void postFilesAreNumberedByPosition_data();
-    void postFilesAreNumberedByPosition();
-    void missingKeysTakeTheirDefaults_data();
-    void missingKeysTakeTheirDefaults();
-    void noneCategoryIsNeverWrittenAndAlwaysFirst();
-    void postsWithBadValuesAreLeftOut();
-    void unreadablePostFilesGiveEmptyTextsAndAnAlert_data();
-    void unreadablePostFilesGiveEmptyTextsAndAnAlert();
-    void packageOwnsItsTemporaryFiles();
-    void repairsRunOnTheRebuiltBlog();
-    void packagesOfOtherKindsAreRefused();
+    void everySettingSurvivesThePackage()
+    {
+        // Not in the package: the homepage (the site gives it), bundle tables
+        // and interface state.
+        const QSet<QByteArray> notCarried = {"rssHomepage", "languages", "dates", "shouldUpdateSearchIndexes",
+                                             "pluginIsInitialising", "localizeCheckBoxState", "objectName"};
+        const QSet<QByteArray> derived = {"archivePostsPeriodString", "knownTagsArray", "enableComments"};
+
+        const QFBlogPlugin fresh;
+        QFBlogPlugin blog;
+        blog.setClock([] { return kNow; });
+        QList<QByteArray> carried;
+        changeEverything(blog, notCarried, derived, carried);
+        if (QTest::currentTestFailed())
+            return;
+
+        QSignalSpy sourceReports(&blog, &QFTextViewPluginClient::pluginChanged);
+        const std::unique_ptr<CVSandwich> package = throughFile(*blog.sandwich());
+        QCOMPARE(sourceReports.count(), 0);
+        QCOMPARE(package->type(), QStringLiteral("Quillfen Blog Page Data"));
+        const std::unique_ptr<QFBlogPlugin> loaded = QFBlogPluginSandwich::createWithSandwich(*package, [] { return kNow; });
+        QVERIFY(!loaded->pluginIsInitialising());
+
+        for (const QByteArray &key : std::as_const(carried)) {
+            QVariant expected = comparable(blog.property(key));
+            if (key == "lastBuildDate") {
+                // The last build date is the last saved one, whatever was stored.
+                expected = kBuilt.addDays(-3);
+            } else if (key == "channelCustomiTunesTags") {
+                // The explicit flag is written under a key its reader does not
+                // know, and the image conversion switch is not written at all.
+                QVariantMap tags = expected.toMap();
+                tags.insert("explicit", false);
+                tags.insert("convertImage", true);
+                expected = tags;
+            }
+            if (key != "enablePodcasting")
+                QVERIFY2(comparable(blog.property(key)) != comparable(fresh.property(key)), "not changed from its default: " + key);
+            const QVariant actual = comparable(loaded->property(key));
+            QVERIFY2(actual == expected, key + ": " + QDebug::toString(actual).toUtf8() + " != " + QDebug::toString(expected).toUtf8());
+        }
+        const QString differences = postDifferences(blog, *loaded);
+        QVERIFY2(differences.isEmpty(), qPrintable(differences));
+        QCOMPARE(loaded->knownTagsArray(), blog.knownTagsArray());
+        QCOMPARE(loaded->blogEntryArrayController().selectionIndex(), 0);
+        QVERIFY(m_alerts.requests().isEmpty());
+    }
+
+    void postFilesAreNumberedByPosition_data()
+    {
+        QTest::addColumn<int>("posts");
+        QTest::addColumn<QStringList>("present");
+        QTest::addColumn<QStringList>("absent");
+
+        QTest::newRow("9 posts, one digit") << 9 << QStringList{"1-Body.as", "2-Body.as", "2-Summary.as", "9-Body.as"}
+                                            << QStringList{"02-Body.as", "10-Body.as"};
+        QTest::newRow("12 posts, two digits") << 12 << QStringList{"01-Body.as", "02-Body.as", "02-Summary.as", "12-Body.as"}
+                                              << QStringList{"2-Body.as", "012-Body.as"};
+        QTest::newRow("100 posts, three digits") << 100 << QStringList{"001-Body.as", "100-Summary.as"} << QStringList{"01-Body.as"};
+    }
+
+    void postFilesAreNumberedByPosition()
+    {
+        QFETCH(int, posts);
+        QFETCH(QStringList, present);
+        QFETCH(QStringList, absent);
+
+        QFBlogPlugin blog;
+        for (int i = 1; i <= posts; ++i)
+            addPost(blog, i, kNow)->setEntrySummaryString(QStringLiteral("Summary %1").arg(i));
+        const std::unique_ptr<CVSandwich> package = blog.sandwich();
+        const QStringList names = package->fillingForVersion(0)->files().keys();
+        QCOMPARE(names.size(), 2 * posts);
+        for (const QString &name : present)
+            QVERIFY2(names.contains(name), qPrintable(name));
+        for (const QString &name : absent)
+            QVERIFY2(!names.contains(name), qPrintable(name));
+
+        // Each post gets its own files back.
+        const std::unique_ptr<QFBlogPlugin> loaded = QFBlogPluginSandwich::createWithSandwich(*throughFile(*package));
+        QCOMPARE(loaded->posts().size(), posts);
+        for (int i = 0; i < posts; ++i) {
+            QCOMPARE(loaded->posts().at(i)->entry()->plainString(), QStringLiteral("Text of post %1.").arg(i + 1));
+            QCOMPARE(loaded->posts().at(i)->entrySummary()->plainString(), QStringLiteral("Summary %1").arg(i + 1));
+        }
+    }
+
+    void missingKeysTakeTheirDefaults_data()
+    {
+        QTest::addColumn<QVariantMap>("dictionary");
+        QTest::addColumn<QByteArray>("key");
+        QTest::addColumn<QVariant>("expected");
+
+        using D = QVariantMap;
+        const D formats{{"DateModifier1", "%A"}, {"DateModifier2", "%B"}, {"DateModifier3", "%y"}, {"DateModifier4", "%H:%M"}};
+        D emptyFirst = formats, withoutThird = formats;
+        emptyFirst.insert("DateModifier1", QString(QLatin1String("")));
+        withoutThird.remove("DateModifier3");
+        const D legacyOn{{"EnableComments", true}, {"CommentsUserName", "ada"}};
+
+        QTest::newRow("all four date formats") << formats << QByteArray("dateModifier3") << QVariant("Year (2 digits)");
+        QTest::newRow("empty date format is None") << emptyFirst << QByteArray("dateModifier1") << QVariant("None");
+        QTest::newRow("no DateModifier3, all back to default") << withoutThird << QByteArray("dateModifier1") << QVariant(L("datemod1"));
+        QTest::newRow("no ShowPostLimit") << D() << QByteArray("showAtLeastPosts") << QVariant(false);
+        QTest::newRow("ShowPostLimit") << D{{"ShowPostLimit", 5}} << QByteArray("showAtLeastPosts") << QVariant(true);
+        QTest::newRow("podcasting off in the package") << D{{"EnablePodcasting", false}} << QByteArray("enablePodcasting") << QVariant(true);
+        QTest::newRow("custom feed URL switches it on")
+            << D{{"RSSCustomFeedURL", "http://f.example.org/"}} << QByteArray("enableCustomRSSURL") << QVariant(true);
+        QTest::newRow("no build date: now") << D() << QByteArray("lastSavedBuildDate") << QVariant(kNow);
+        QTest::newRow("last build date is not read") << D{{"LastBuildDate", kBuilt}} << QByteArray("lastBuildDate") << QVariant(kNow);
+        QTest::newRow("last build date follows the saved one")
+            << D{{"LastSavedBuildDate", kBuilt}, {"LastBuildDate", kNow}} << QByteArray("lastBuildDate") << QVariant(kBuilt);
+        QTest::newRow("wrong type counts as missing") << D{{"EnableSmileys", "no"}} << QByteArray("enableSmileys") << QVariant(true);
+        QTest::newRow("older page: account and comments on") << legacyOn << QByteArray("commentsSelectedProviderTag") << QVariant(1);
+        QTest::newRow("older page: account kept as HaloScan's")
+            << legacyOn << QByteArray("commentsUserIdentifiers") << QVariant(D{{"haloscan", "ada"}});
+        QTest::newRow("older page: comments on without account")
+            << D{{"EnableComments", true}} << QByteArray("commentsSelectedProviderTag") << QVariant(2);
+        QTest::newRow("older page: account, comments off")
+            << D{{"EnableComments", false}, {"CommentsUserName", "ada"}} << QByteArray("commentsSelectedProviderTag") << QVariant(0);
+        QTest::newRow("newer page: the chosen service wins")
+            << D{{"EnableComments", true}, {"CommentsUserName", "ada"}, {"CommentsSelectedProviderTag", 3}}
+            << QByteArray("commentsSelectedProviderTag") << QVariant(3);
+        QTest::newRow("newer page: old account name not read")
+            << D{{"CommentsUserName", "ada"}, {"CommentsSelectedProviderTag", 0}} << QByteArray("commentsUserIdentifiers") << QVariant(D());
+    }
+
+    void missingKeysTakeTheirDefaults()
+    {
+        QFETCH(QVariantMap, dictionary);
+        QFETCH(QByteArray, key);
+        QFETCH(QVariant, expected);
+
+        const QVariant actual = rebuilt(dictionary)->property(key);
+        QVERIFY2(actual == expected, qPrintable(QDebug::toString(actual) + " != " + QDebug::toString(expected)));
+    }
+
+    void noneCategoryIsNeverWrittenAndAlwaysFirst()
+    {
+        QFBlogPlugin blog;
+        const QVariantList written = blog.sandwich()->fillingForVersion(0)->dictionary().value("Categories").toList();
+        QCOMPARE(written.size(), blog.categories().size() - 1);
+        for (const QVariant &category : written)
+            QVERIFY(category.toMap().value("Name") != L("NoneCategoryName"));
+
+        // A package listing nothing, or a category named like None, still gets
+        // its own None category first.
+        for (const QVariantList &categories : {QVariantList(), QVariantList{QVariantMap{{"Name", "Travel"}, {"ID", 4}}}}) {
+            const std::unique_ptr<QFBlogPlugin> loaded = rebuilt({{"Categories", categories}});
+            QCOMPARE(loaded->categories().size(), categories.size() + 1);
+            QVERIFY(loaded->categories().constFirst()->isNone());
+            QCOMPARE(loaded->categories().constFirst()->categoryName(), L("NoneCategoryName"));
+            QVERIFY(loaded->categories().constFirst()->categoryID() != 0);
+            if (!categories.isEmpty()) {
+                QCOMPARE(loaded->categories().at(1)->categoryName(), QStringLiteral("Travel"));
+                QCOMPARE(loaded->categories().at(1)->categoryID(), 4);
+                QCOMPARE(loaded->categories().at(1)->blogPlugin(), loaded.get());
+            }
+        }
+    }
+
+    void postsWithBadValuesAreLeftOut()
+    {
+        QVariantMap badTitle = postDictionary(QString(), 2), badTags = postDictionary("Tagged", 3);
+        badTitle.insert("Title", qint64(42));
+        badTags.insert("Tags", "travel");
+        badTags.insert("Posted", QDateTime(QDate(2022, 1, 1), QTime(9, 0)));
+        QFLogCapture log;
+        const std::unique_ptr<QFBlogPlugin> loaded =
+            rebuilt({{"Entries", QVariantList{postDictionary("Kept", 1), badTitle, "no post", badTags, postDictionary("Also kept", 5)}}});
+        QCOMPARE(loaded->posts().size(), 2);
+        QCOMPARE(loaded->posts().at(0)->title(), QStringLiteral("Kept"));
+        QCOMPARE(loaded->posts().at(1)->title(), QStringLiteral("Also kept"));
+        // A left-out post counts none of its tags.
+        QVERIFY(loaded->knownTagsArray().isEmpty());
+        const QString lines = log.lines().join('\n');
+        QVERIFY2(lines.contains("Dictionary has incorrect type for key Title (type is qlonglong, should be QString)"), qPrintable(lines));
+        QVERIFY2(lines.contains("Dictionary has incorrect type for key Tags (type is QString, should be QVariantList): Tagged (2022-01-01"),
+                 qPrintable(lines));
+    }
+
+    void unreadablePostFilesGiveEmptyTextsAndAnAlert_data()
+    {
+        QTest::addColumn<QByteArray>("body"); // null: no body file
+
+        QTest::newRow("no body file") << QByteArray();
+        QTest::newRow("body file that is no styled text") << QByteArray("plain words, not an archive");
+        QTest::newRow("body file of nothing") << QByteArray("");
+    }
+
+    void unreadablePostFilesGiveEmptyTextsAndAnAlert()
+    {
+        QFETCH(QByteArray, body);
+
+        QTemporaryDir dir;
+        const auto write = [&dir](const char *name, const QByteArray &bytes) {
+            QFile file(dir.filePath(name));
+            return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() ? file.fileName() : QString();
+        };
+        QMap<QString, QString> files{{"1-Summary.as", write("s", QFStyledText("Fine summary").toKeyedArchive())}};
+        if (!body.isNull())
+            files.insert("1-Body.as", write("b", body));
+        const std::unique_ptr<QFBlogPlugin> loaded = rebuilt({{"Entries", QVariantList{postDictionary("Harbour", 1)}}}, files);
+
+        QCOMPARE(loaded->posts().size(), 1);
+        QVERIFY(loaded->posts().constFirst()->entry().has_value());
+        QCOMPARE(loaded->posts().constFirst()->entry()->plainString(), QString());
+        QCOMPARE(loaded->posts().constFirst()->entrySummary()->plainString(), QStringLiteral("Fine summary"));
+        QCOMPARE(m_alerts.requests().size(), body.isNull() ? 0 : 1);
+        if (!body.isNull()) {
+            QCOMPARE(m_alerts.requests().constFirst().messageText, L("CouldNotReadBlogEntryTitle"));
+            QVERIFY(m_alerts.requests().constFirst().informativeText.contains("Harbour"));
+        }
+    }
+
+    void packageOwnsItsTemporaryFiles()
+    {
+        QFBlogPlugin blog;
+        QFBlogCustomiTunesTagsPtr tags = QFBlogCustomiTunesTags::tags();
+        tags->setImageData(pngBytes(Qt::yellow));
+        addPost(blog, 1, kNow)->setItunesTags(tags);
+        blog.channelCustomiTunesTags()->setImageData(pngBytes(Qt::cyan));
+
+        QStringList paths;
+        {
+            const std::unique_ptr<CVSandwich> package = blog.sandwich();
+            const auto files = package->fillingForVersion(0)->files();
+            // No summary was ever set: only logged, not written.
+            QCOMPARE(files.keys(), (QStringList{"1-Body.as", "1-ITunesImage.data", "DefaultITunesImage.data"}));
+            paths = files.values();
+            for (const QString &path : std::as_const(paths))
+                QVERIFY(QFileInfo::exists(path));
+            const std::unique_ptr<QFBlogPlugin> loaded = QFBlogPluginSandwich::createWithSandwich(*throughFile(*package));
+            QCOMPARE(loaded->channelCustomiTunesTags()->imageData(), pngBytes(Qt::cyan));
+            QCOMPARE(loaded->posts().constFirst()->itunesTags()->imageData(), pngBytes(Qt::yellow));
+        }
+        for (const QString &path : std::as_const(paths))
+            QVERIFY2(!QFileInfo::exists(path), qPrintable(path));
+    }
+
+    void repairsRunOnTheRebuiltBlog()
+    {
+        QVariantMap original = postDictionary("Original", 7);
+        original.insert("GUID", "KEEP-ME");
+        QFLogCapture log;
+        const std::unique_ptr<QFBlogPlugin> loaded = rebuilt({{"Entries", QVariantList{original, postDictionary("Twin", 7)}}, {"LastID", 20}});
+        QCOMPARE(loaded->posts().at(0)->ID(), 7);
+        QCOMPARE(loaded->posts().at(1)->ID(), 20);
+        QCOMPARE(loaded->posts().at(0)->GUID(), QStringLiteral("KEEP-ME"));
+        QVERIFY(loaded->posts().at(1)->hasGUID());
+        QVERIFY(loaded->posts().at(1)->itunesTags());
+        QVERIFY(loaded->postIDWasChanged());
+        QVERIFY(log.lines().contains("Blog Plugin: Replaced duplicate ID '7' with '20'"));
+    }
+
+    void packagesOfOtherKindsAreRefused()
+    {
+        CVSandwich other("Gallery Page Data");
+        other.setFilling(std::make_shared<CVSandwichFilling>(), 0);
+        QVERIFY_THROWS_EXCEPTION(QFException, QFBlogPluginSandwich::createWithSandwich(other));
+
+        CVSandwich newer(QFBlogPluginSandwich::sandwichType());
+        newer.setFilling(std::make_shared<CVSandwichFilling>(), 1);
+        try {
+            QFBlogPluginSandwich::createWithSandwich(newer);
+            QFAIL("a blog was made");
+        } catch (const QFException &e) {
+            QCOMPARE(e.name(), QStringLiteral("Malformed Package"));
+        }
+    }
 
 private:
     QFRecordingAlertPresenter m_alerts;
     QFAlertPresenter *m_previousPresenter = nullptr;
 };
-
-void tst_QFBlogPluginSandwich::initTestCase()
-{
-    initializeBlogClassForFixtures();
-}
-
-void tst_QFBlogPluginSandwich::init()
-{
-    m_alerts.clear();
-    m_previousPresenter = QFAlert::setPresenter(&m_alerts);
-}
-
-void tst_QFBlogPluginSandwich::cleanup()
-{
-    QFAlert::setPresenter(m_previousPresenter);
-}
-
-void tst_QFBlogPluginSandwich::everySettingSurvivesThePackage()
-{
-    // Not in the package: the homepage (the site gives it), bundle tables
-    // and interface state.
-    const QSet<QByteArray> notCarried = {"rssHomepage", "languages", "dates", "shouldUpdateSearchIndexes",
-                                         "pluginIsInitialising", "localizeCheckBoxState", "objectName"};
-    const QSet<QByteArray> derived = {"archivePostsPeriodString", "knownTagsArray", "enableComments"};
-
-    const QFBlogPlugin fresh;
-    QFBlogPlugin blog;
-    blog.setClock([] { return kNow; });
-    QList<QByteArray> carried;
-    changeEverything(blog, notCarried, derived, carried);
-    if (QTest::currentTestFailed())
-        return;
-
-    QSignalSpy sourceReports(&blog, &QFTextViewPluginClient::pluginChanged);
-    QTemporaryDir dir;
-    const std::unique_ptr<CVSandwich> package = throughFile(*blog.sandwich(), dir);
-    QCOMPARE(sourceReports.count(), 0);
-    QCOMPARE(package->type(), QStringLiteral("Quillfen Blog Page Data"));
-
-    const std::unique_ptr<QFBlogPlugin> loaded = QFBlogPluginSandwich::createWithSandwich(*package, [] { return kNow; });
-    QVERIFY(!loaded->pluginIsInitialising());
-
-    for (const QByteArray &key : std::as_const(carried)) {
-        QVariant expected = comparable(blog.property(key));
-        if (key == "lastBuildDate") {
-            // The last build date is the last saved one, whatever was stored.
-            expected = kBuilt.addDays(-3);
-        } else if (key == "channelCustomiTunesTags") {
-            // The explicit flag is written under a key its reader does not
-            // know, and the image conversion switch is not written at all.
-            QVariantMap tags = expected.toMap();
-            tags.insert(QStringLiteral("explicit"), false);
-            tags.insert(QStringLiteral("convertImage"), true);
-            expected = tags;
-        }
-        if (key != "enablePodcasting")
-            QVERIFY2(comparable(blog.property(key)) != comparable(fresh.property(key)), "not changed from its default: " + key);
-        const QVariant actual = comparable(loaded->property(key));
-        QVERIFY2(actual == expected,
-                 key + ": " + QDebug::toString(actual).toUtf8() + " != " + QDebug::toString(expected).toUtf8());
-    }
-
-    const QString differences = postDifferences(blog, *loaded);
-    QVERIFY2(differences.isEmpty(), qPrintable(differences));
-    QCOMPARE(loaded->knownTagsArray(), blog.knownTagsArray());
-    QCOMPARE(loaded->blogEntryArrayController().selectionIndex(), 0);
-    QVERIFY(m_alerts.requests().isEmpty());
-}
-
-void tst_QFBlogPluginSandwich::postFilesAreNumberedByPosition_data()
-{
-    QTest::addColumn<int>("posts");
-    QTest::addColumn<QStringList>("present");
-    QTest::addColumn<QStringList>("absent");
-
-    QTest::newRow("9 posts, one digit") << 9 << QStringList{"1-Body.as", "2-Body.as", "2-Summary.as", "9-Body.as"}
-                                        << QStringList{"02-Body.as", "10-Body.as"};
-    QTest::newRow("12 posts, two digits") << 12 << QStringList{"01-Body.as", "02-Body.as", "02-Summary.as", "12-Body.as"}
-                                          << QStringList{"2-Body.as", "012-Body.as"};
-    QTest::newRow("100 posts, three digits") << 100 << QStringList{"001-Body.as", "100-Summary.as"}
-                                             << QStringList{"01-Body.as"};
-}
-
-void tst_QFBlogPluginSandwich::postFilesAreNumberedByPosition()
-{
-    QFETCH(int, posts);
-    QFETCH(QStringList, present);
-    QFETCH(QStringList, absent);
-
-    QFBlogPlugin blog;
-    for (int i = 1; i <= posts; ++i) {
-        QFBlogEntryPtr entry = QFBlogEntry::blogEntryWithBlogPlugin(&blog);
-        entry->setTitle(QStringLiteral("Post %1").arg(i));
-        entry->setID(i);
-        entry->setEntryString(QStringLiteral("Body of post %1").arg(i));
-        entry->setEntrySummaryString(QStringLiteral("Summary %1").arg(i));
-        blog.insertBlogEntry(entry);
-    }
-    const std::unique_ptr<CVSandwich> package = blog.sandwich();
-    const QStringList names = package->fillingForVersion(0)->files().keys();
-    QCOMPARE(names.size(), 2 * posts);
-    for (const QString &name : present)
-        QVERIFY2(names.contains(name), qPrintable(name));
-    for (const QString &name : absent)
-        QVERIFY2(!names.contains(name), qPrintable(name));
-
-    // Each post gets its own files back.
-    QTemporaryDir dir;
-    const std::unique_ptr<QFBlogPlugin> loaded = QFBlogPluginSandwich::createWithSandwich(*throughFile(*package, dir));
-    QCOMPARE(loaded->posts().size(), posts);
-    for (int i = 0; i < posts; ++i) {
-        QCOMPARE(loaded->posts().at(i)->entry()->plainString(), QStringLiteral("Body of post %1").arg(i + 1));
-        QCOMPARE(loaded->posts().at(i)->entrySummary()->plainString(), QStringLiteral("Summary %1").arg(i + 1));
-    }
-}
-
-void tst_QFBlogPluginSandwich::missingKeysTakeTheirDefaults_data()
-{
-    QTest::addColumn<QVariantMap>("dictionary");
-    QTest::addColumn<QByteArray>("key");
-    QTest::addColumn<QVariant>("expected");
-
-    using D = QVariantMap;
-    const D formats{{"DateModifier1", "%A"}, {"DateModifier2", "%B"}, {"DateModifier3", "%y"}, {"DateModifier4", "%H:%M"}};
-    D emptyFirst = formats;
-    emptyFirst.insert("DateModifier1", QString(QLatin1String("")));
-    D withoutThird = formats;
-    withoutThird.remove("DateModifier3");
-    const D legacyOn{{"EnableComments", true}, {"CommentsUserName", "ada"}};
-
-    QTest::newRow("all four date formats") << formats << QByteArray("dateModifier3") << QVariant("Year (2 digits)");
-    QTest::newRow("empty date format is None") << emptyFirst << QByteArray("dateModifier1") << QVariant("None");
-    QTest::newRow("no DateModifier3, all back to default") << withoutThird << QByteArray("dateModifier1") << QVariant(L("datemod1"));
-    QTest::newRow("no ShowPostLimit") << D() << QByteArray("showAtLeastPosts") << QVariant(false);
-    QTest::newRow("ShowPostLimit") << D{{"ShowPostLimit", 5}} << QByteArray("showAtLeastPosts") << QVariant(true);
-    QTest::newRow("podcasting off in the package") << D{{"EnablePodcasting", false}} << QByteArray("enablePodcasting") << QVariant(true);
-    QTest::newRow("no feed link text") << D() << QByteArray("rssFeedLinkName") << QVariant(L("RSSFeedLinkName"));
-    QTest::newRow("no smileys switch") << D() << QByteArray("enableSmileys") << QVariant(true);
-    QTest::newRow("custom feed URL switches it on")
-        << D{{"RSSCustomFeedURL", "http://f.example.org/"}} << QByteArray("enableCustomRSSURL") << QVariant(true);
-    QTest::newRow("no build date: now") << D() << QByteArray("lastSavedBuildDate") << QVariant(kNow);
-    QTest::newRow("last build date is not read") << D{{"LastBuildDate", kBuilt}} << QByteArray("lastBuildDate") << QVariant(kNow);
-    QTest::newRow("last build date follows the saved one")
-        << D{{"LastSavedBuildDate", kBuilt}, {"LastBuildDate", kNow}} << QByteArray("lastBuildDate") << QVariant(kBuilt);
-    QTest::newRow("wrong type counts as missing") << D{{"EnableSmileys", "no"}} << QByteArray("enableSmileys") << QVariant(true);
-    QTest::newRow("older page: account and comments on") << legacyOn << QByteArray("commentsSelectedProviderTag") << QVariant(1);
-    QTest::newRow("older page: account kept as HaloScan's")
-        << legacyOn << QByteArray("commentsUserIdentifiers") << QVariant(D{{"haloscan", "ada"}});
-    QTest::newRow("older page: comments on without account")
-        << D{{"EnableComments", true}} << QByteArray("commentsSelectedProviderTag") << QVariant(2);
-    QTest::newRow("older page: account, comments off")
-        << D{{"EnableComments", false}, {"CommentsUserName", "ada"}} << QByteArray("commentsSelectedProviderTag") << QVariant(0);
-    QTest::newRow("newer page: the chosen service wins")
-        << D{{"EnableComments", true}, {"CommentsUserName", "ada"}, {"CommentsSelectedProviderTag", 3}}
-        << QByteArray("commentsSelectedProviderTag") << QVariant(3);
-    QTest::newRow("newer page: old account name not read")
-        << D{{"CommentsUserName", "ada"}, {"CommentsSelectedProviderTag", 0}} << QByteArray("commentsUserIdentifiers")
-        << QVariant(D());
-}
-
-void tst_QFBlogPluginSandwich::missingKeysTakeTheirDefaults()
-{
-    QFETCH(QVariantMap, dictionary);
-    QFETCH(QByteArray, key);
-    QFETCH(QVariant, expected);
-
-    const std::unique_ptr<QFBlogPlugin> blog = rebuilt(dictionary);
-    const QVariant actual = blog->property(key);
-    QVERIFY2(actual == expected, qPrintable(QDebug::toString(actual) + QStringLiteral(" != ") + QDebug::toString(expected)));
-}
-
-void tst_QFBlogPluginSandwich::noneCategoryIsNeverWrittenAndAlwaysFirst()
-{
-    QFBlogPlugin blog;
-    const QVariantList written =
-        blog.sandwich()->fillingForVersion(0)->dictionary().value(QStringLiteral("Categories")).toList();
-    QCOMPARE(written.size(), blog.categories().size() - 1);
-    for (const QVariant &category : written)
-        QVERIFY(category.toMap().value(QStringLiteral("Name")) != L("NoneCategoryName"));
-
-    // A package listing nothing, or a category named like None, still gets
-    // its own None category first.
-    for (const QVariantList &categories :
-         {QVariantList(), QVariantList{QVariantMap{{QStringLiteral("Name"), QStringLiteral("Travel")}, {QStringLiteral("ID"), 4}}}}) {
-        const std::unique_ptr<QFBlogPlugin> loaded = rebuilt({{QStringLiteral("Categories"), categories}});
-        QCOMPARE(loaded->categories().size(), categories.size() + 1);
-        QVERIFY(loaded->categories().constFirst()->isNone());
-        QCOMPARE(loaded->categories().constFirst()->categoryName(), L("NoneCategoryName"));
-        QVERIFY(loaded->categories().constFirst()->categoryID() != 0);
-        if (!categories.isEmpty()) {
-            QCOMPARE(loaded->categories().at(1)->categoryName(), QStringLiteral("Travel"));
-            QCOMPARE(loaded->categories().at(1)->categoryID(), 4);
-            QCOMPARE(loaded->categories().at(1)->blogPlugin(), loaded.get());
-        }
-    }
-}
-
-void tst_QFBlogPluginSandwich::postsWithBadValuesAreLeftOut()
-{
-    QVariantMap badTitle = postDictionary(QString(), 2);
-    badTitle.insert(QStringLiteral("Title"), qint64(42));
-    QVariantMap badTags = postDictionary(QStringLiteral("Tagged"), 3);
-    badTags.insert(QStringLiteral("Tags"), QStringLiteral("travel"));
-    badTags.insert(QStringLiteral("Posted"), QDateTime(QDate(2022, 1, 1), QTime(9, 0)));
-    QFLogCapture log;
-    const std::unique_ptr<QFBlogPlugin> loaded = rebuilt(
-        {{QStringLiteral("Entries"), QVariantList{postDictionary(QStringLiteral("Kept"), 1), badTitle, QStringLiteral("no post"), badTags,
-                                                   postDictionary(QStringLiteral("Also kept"), 5)}}});
-    QCOMPARE(loaded->posts().size(), 2);
-    QCOMPARE(loaded->posts().at(0)->title(), QStringLiteral("Kept"));
-    QCOMPARE(loaded->posts().at(1)->title(), QStringLiteral("Also kept"));
-    // A left-out post counts none of its tags.
-    QVERIFY(loaded->knownTagsArray().isEmpty());
-    const QString lines = log.lines().join(QLatin1Char('\n'));
-    QVERIFY2(lines.contains(QStringLiteral("Dictionary has incorrect type for key Title (type is qlonglong, should be QString)")),
-             qPrintable(lines));
-    QVERIFY2(lines.contains(QStringLiteral("Dictionary has incorrect type for key Tags (type is QString, should be QVariantList): Tagged (2022-01-01")),
-             qPrintable(lines));
-}
-
-void tst_QFBlogPluginSandwich::unreadablePostFilesGiveEmptyTextsAndAnAlert_data()
-{
-    QTest::addColumn<QByteArray>("bodyBytes");
-    QTest::addColumn<bool>("bodyNamed");
-    QTest::addColumn<int>("alerts");
-
-    QTest::newRow("no body file") << QByteArray() << false << 0;
-    QTest::newRow("body file that is no styled text") << QByteArray("plain words, not an archive") << true << 1;
-    QTest::newRow("body file of nothing") << QByteArray("") << true << 1;
-}
-
-void tst_QFBlogPluginSandwich::unreadablePostFilesGiveEmptyTextsAndAnAlert()
-{
-    QFETCH(QByteArray, bodyBytes);
-    QFETCH(bool, bodyNamed);
-    QFETCH(int, alerts);
-
-    QTemporaryDir dir;
-    QMap<QString, QString> files{{QStringLiteral("1-Summary.as"),
-                                  writeFile(dir, QStringLiteral("s"), QFStyledText(QStringLiteral("Fine summary")).toKeyedArchive())}};
-    if (bodyNamed)
-        files.insert(QStringLiteral("1-Body.as"), writeFile(dir, QStringLiteral("b"), bodyBytes));
-    const std::unique_ptr<QFBlogPlugin> loaded =
-        rebuilt({{QStringLiteral("Entries"), QVariantList{postDictionary(QStringLiteral("Harbour"), 1)}}}, files);
-
-    QCOMPARE(loaded->posts().size(), 1);
-    QVERIFY(loaded->posts().constFirst()->entry().has_value());
-    QCOMPARE(loaded->posts().constFirst()->entry()->plainString(), QString());
-    QCOMPARE(loaded->posts().constFirst()->entrySummary()->plainString(), QStringLiteral("Fine summary"));
-    QCOMPARE(m_alerts.requests().size(), alerts);
-    if (alerts) {
-        QCOMPARE(m_alerts.requests().constFirst().messageText, L("CouldNotReadBlogEntryTitle"));
-        QVERIFY(m_alerts.requests().constFirst().informativeText.contains(QStringLiteral("Harbour")));
-    }
-}
-
-void tst_QFBlogPluginSandwich::packageOwnsItsTemporaryFiles()
-{
-    QFBlogPlugin blog;
-    QFBlogEntryPtr entry = QFBlogEntry::blogEntryWithBlogPlugin(&blog);
-    entry->setEntryString(QStringLiteral("Body"));
-    QFBlogCustomiTunesTagsPtr tags = QFBlogCustomiTunesTags::tags();
-    tags->setImageData(pngBytes(Qt::yellow));
-    entry->setItunesTags(tags);
-    blog.insertBlogEntry(entry);
-    blog.channelCustomiTunesTags()->setImageData(pngBytes(Qt::cyan));
-
-    QStringList paths;
-    {
-        const std::unique_ptr<CVSandwich> package = blog.sandwich();
-        const auto files = package->fillingForVersion(0)->files();
-        // No summary was ever set: only logged, not written.
-        QCOMPARE(files.keys(), (QStringList{QStringLiteral("1-Body.as"), QStringLiteral("1-ITunesImage.data"),
-                                            QStringLiteral("DefaultITunesImage.data")}));
-        paths = files.values();
-        for (const QString &path : std::as_const(paths))
-            QVERIFY(QFileInfo::exists(path));
-
-        QTemporaryDir dir;
-        const std::unique_ptr<QFBlogPlugin> loaded = QFBlogPluginSandwich::createWithSandwich(*throughFile(*package, dir));
-        QCOMPARE(loaded->channelCustomiTunesTags()->imageData(), pngBytes(Qt::cyan));
-        QCOMPARE(loaded->posts().constFirst()->itunesTags()->imageData(), pngBytes(Qt::yellow));
-    }
-    for (const QString &path : std::as_const(paths))
-        QVERIFY2(!QFileInfo::exists(path), qPrintable(path));
-}
-
-void tst_QFBlogPluginSandwich::repairsRunOnTheRebuiltBlog()
-{
-    QVariantMap twin = postDictionary(QStringLiteral("Twin"), 7);
-    QVariantMap original = postDictionary(QStringLiteral("Original"), 7);
-    original.insert(QStringLiteral("GUID"), QStringLiteral("KEEP-ME"));
-    QFLogCapture log;
-    const std::unique_ptr<QFBlogPlugin> loaded =
-        rebuilt({{QStringLiteral("Entries"), QVariantList{original, twin}}, {QStringLiteral("LastID"), 20}});
-    QCOMPARE(loaded->posts().at(0)->ID(), 7);
-    QCOMPARE(loaded->posts().at(1)->ID(), 20);
-    QCOMPARE(loaded->posts().at(0)->GUID(), QStringLiteral("KEEP-ME"));
-    QVERIFY(loaded->posts().at(1)->hasGUID());
-    QVERIFY(loaded->posts().at(1)->itunesTags());
-    QVERIFY(loaded->postIDWasChanged());
-    QVERIFY(log.lines().contains(QStringLiteral("Blog Plugin: Replaced duplicate ID '7' with '20'")));
-}
-
-void tst_QFBlogPluginSandwich::packagesOfOtherKindsAreRefused()
-{
-    CVSandwich other(QStringLiteral("Gallery Page Data"));
-    other.setFilling(std::make_shared<CVSandwichFilling>(), 0);
-    QVERIFY_THROWS_EXCEPTION(QFException, QFBlogPluginSandwich::createWithSandwich(other));
-
-    CVSandwich newer(QFBlogPluginSandwich::sandwichType());
-    newer.setFilling(std::make_shared<CVSandwichFilling>(), 1);
-    try {
-        QFBlogPluginSandwich::createWithSandwich(newer);
-        QFAIL("a blog was made");
-    } catch (const QFException &e) {
-        QCOMPARE(e.name(), QStringLiteral("Malformed Package"));
-    }
-}
 
 QTEST_GUILESS_MAIN(tst_QFBlogPluginSandwich)
 #include "tst_qfblogpluginsandwich.moc"
