@@ -822,7 +822,9 @@ QList<QFExportItem> QFBlogPlugin::extraFilesNeededInExportFolder(const QVariantM
             return {};
         if (_enableRSS) {
             emit exportStageStarted(ExportStage::Feed);
-            if (!feed->join())
+            // The feed may have finished before the cancel came, so its
+            // answer alone does not tell.
+            if (!feed->join() || _exportCancelled)
                 return {};
             exportUnitDone();
             if (_enableCustomiTunesTags) {
