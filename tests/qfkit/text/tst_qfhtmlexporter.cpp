@@ -1,6 +1,6 @@
-#include "qfkit/support/qfexception.h"
 #include "qfkit/support/qflink.h"
 #include "qfkit/text/qfhtmlexporter.h"
+#include "../coding/qftestsupport.h"
 
 #include <QBuffer>
 #include <QImage>
@@ -34,31 +34,32 @@ QByteArray imageBytes(const char *format, int width = 4, int height = 3)
     return data;
 }
 
-// Knows one page, "page-1", whose sub-page "permalink:N" is permalink-N.html in
-// its files folder.
+// Knows one page, "page-1", whose sub-page "permalink:N" is
+// files/permalink-N.html, depthCorrection folders up.
 class SiteResolver : public QFLinkStyleResolver
 {
 public:
-    using QFLinkStyleResolver::hrefForInternalLink;
-
     std::optional<QString> hrefForInternalLink(const QFLink &link, int depthCorrection) const override
     {
         if (link.pageID() != "page-1")
             return std::nullopt;
-        const QString file = link.subPageID().isEmpty() ? QStringLiteral("index.html")
-                                                        : QString(link.subPageID()).replace(u':', u'-') + ".html";
-        return depthCorrection == 1 ? file : "files/" + file;
+        return QStringLiteral("../").repeated(depthCorrection) + "files/" + file(link);
+    }
+    std::optional<QString> hrefForInternalLink(const QFLink &link, int depthCorrection, QFLinkStyle style) const override
+    {
+        if (style != QFLinkStyle::Absolute || link.pageID() != "page-1")
+            return hrefForInternalLink(link, depthCorrection);
+        return "https://example.org/blog/files/" + file(link);
     }
 
-    std::optional<QString> hrefForInternalLink(const QFLink &link, int depthCorrection,
-                                               QFLinkStyle style) const override
+private:
+    static QString file(const QFLink &link)
     {
-        const std::optional<QString> relative = hrefForInternalLink(link, depthCorrection);
-        if (!relative || style != QFLinkStyle::Absolute)
-            return relative;
-        return "https://example.org/blog/" + (depthCorrection == 1 ? "files/" + *relative : *relative);
+        return link.subPageID().isEmpty() ? QStringLiteral("index.html") : QString(link.subPageID()).replace(u':', u'-') + ".html";
     }
 };
+
+using QFTest::raised;
 
 QString exportBody(const QFStyledText &text, const QFLinkResolver *resolver = nullptr, int depth = 0,
                    int linkStyle = 0)
@@ -82,7 +83,6 @@ private slots:
     void imageNames();
     void unchangedImagesNotRewritten();
     void unwritableFolderRaises();
-    void templateReplacement_data();
     void templateReplacement();
 };
 
@@ -110,13 +110,10 @@ void tst_QFHTMLExporter::goldenEntry()
     const QString html = QFHTMLExporter().exportAttributedString(text, toPath, "files", "blog_entry1",
                                                                  "%blog_entry1%", "blog_entry1", &resolver, 0);
 
-    QFile golden(QFINDTESTDATA("data/golden_entry.html"));
-    QVERIFY2(golden.open(QIODevice::ReadOnly), "golden file missing");
-    QCOMPARE(html, QString::fromUtf8(golden.readAll()));
-
-    QFile image(toPath + "/blog_entry1_1.png");
-    QVERIFY(image.open(QIODevice::ReadOnly));
-    QCOMPARE(image.readAll(), png);
+    const QString golden = QFINDTESTDATA("data/golden_entry.html");
+    QVERIFY2(!golden.isEmpty(), "golden file missing");
+    QCOMPARE(html, QString::fromUtf8(QFTest::readFile(golden)));
+    QCOMPARE(QFTest::readFile(toPath + "/blog_entry1_1.png"), png);
     QCOMPARE(QDir(toPath).entryList(QDir::Files), QStringList{"blog_entry1_1.png"});
 }
 
@@ -156,38 +153,38 @@ void tst_QFHTMLExporter::blocks()
 void tst_QFHTMLExporter::links_data()
 {
     QTest::addColumn<QVariantMap>("attributes");
-    QTest::addColumn<QString>("resolver");
+    QTest::addColumn<bool>("resolved");
     QTest::addColumn<int>("depth");
     QTest::addColumn<int>("linkStyle");
     QTest::addColumn<QString>("expected");
 
     const QVariantMap permalink = linkTo(QFLink::internalLink("page-1", "permalink:7"), "Tom & Jerry");
-    QTest::newRow("internal, depth 0")
-        << permalink << "site" << 0 << 0 << "<a href=\"files/permalink-7.html\" title=\"Tom &amp; Jerry\">text</a>";
+    QTest::newRow("internal") << permalink << true << 0 << 0
+                              << "<a href=\"files/permalink-7.html\" title=\"Tom &amp; Jerry\">text</a>";
+    QTest::newRow("internal, a folder deeper") << permalink << true << 1 << 0
+                                               << "<a href=\"../files/permalink-7.html\" title=\"Tom &amp; Jerry\">text</a>";
     QTest::newRow("internal, absolute style")
-        << permalink << "site" << 0 << 2
+        << permalink << true << 0 << 2
         << "<a href=\"https://example.org/blog/files/permalink-7.html\" title=\"Tom &amp; Jerry\">text</a>";
-    QTest::newRow("internal to a missing page is text")
-        << linkTo(QFLink::internalLink("gone")) << "site" << 0 << 0 << "text";
-    QTest::newRow("internal without a resolver is text") << permalink << "none" << 0 << 0
-                                                         << "<span title=\"Tom &amp; Jerry\">text</span>";
+    QTest::newRow("internal to a missing page is text") << linkTo(QFLink::internalLink("gone")) << true << 0 << 0 << "text";
+    QTest::newRow("internal without a resolver is text")
+        << permalink << false << 0 << 0 << "<span title=\"Tom &amp; Jerry\">text</span>";
     QVariantMap boldLink = linkTo(QFLink::externalLink("http://x.org/?a=1&b=\"2\""));
     boldLink.insert(kQFBoldAttributeName, true);
     QTest::newRow("external URL escaped, bold inside the link")
-        << boldLink << "none" << 0 << 0 << "<a href=\"http://x.org/?a=1&amp;b=&quot;2&quot;\"><strong>text</strong></a>";
+        << boldLink << false << 0 << 0 << "<a href=\"http://x.org/?a=1&amp;b=&quot;2&quot;\"><strong>text</strong></a>";
 }
 
 void tst_QFHTMLExporter::links()
 {
     QFETCH(QVariantMap, attributes);
-    QFETCH(QString, resolver);
+    QFETCH(bool, resolved);
     QFETCH(int, depth);
     QFETCH(int, linkStyle);
     QFETCH(QString, expected);
 
-    SiteResolver site;
-    const QFLinkResolver *chosen = resolver == "site" ? &site : nullptr;
-    QCOMPARE(exportBody(QFStyledText("text", attributes), chosen, depth, linkStyle), "<p>" + expected + "</p>\n");
+    const SiteResolver site;
+    QCOMPARE(exportBody(QFStyledText("text", attributes), resolved ? &site : nullptr, depth, linkStyle), "<p>" + expected + "</p>\n");
 }
 
 void tst_QFHTMLExporter::imageNames_data()
@@ -232,9 +229,7 @@ void tst_QFHTMLExporter::imageNames()
                                                                  nullptr, 0);
     QCOMPARE(html, "<p>" + img + "</p>\n");
     QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden), QStringList{written});
-    QFile file(dir.filePath(written));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QCOMPARE(file.readAll(), data);
+    QCOMPARE(QFTest::readFile(dir.filePath(written)), data);
 }
 
 void tst_QFHTMLExporter::unchangedImagesNotRewritten()
@@ -271,40 +266,25 @@ void tst_QFHTMLExporter::unwritableFolderRaises()
     QTemporaryDir dir;
     QVERIFY(dir.isValid());
     const QString notAFolder = dir.filePath("plain-file");
-    QFile f(notAFolder);
-    QVERIFY(f.open(QIODevice::WriteOnly));
-    f.close();
+    QVERIFY(QFTest::writeFile(notAFolder, QByteArray()));
 
     QFStyledText text;
     text.insertAttachment(0, imageBytes("PNG"), "a.png");
-    try {
-        QFHTMLExporter().exportAttributedString(text, notAFolder + "/images", "", "e", "%x%", "x", nullptr, 0);
-        QFAIL("an image was exported into a folder that cannot exist");
-    } catch (const QFException &e) {
-        QCOMPARE(e.name(), "Export Error");
-        QVERIFY2(e.reason().contains(notAFolder), qPrintable(e.reason()));
-    }
+    const QFException e = raised(
+        [&] { QFHTMLExporter().exportAttributedString(text, notAFolder + "/images", "", "e", "%x%", "x", nullptr, 0); });
+    QCOMPARE(e.name(), "Export Error");
+    QVERIFY2(e.reason().contains(notAFolder), qPrintable(e.reason()));
 }
 
-void tst_QFHTMLExporter::templateReplacement_data()
-{
-    QTest::addColumn<QString>("htmlTemplate");
-    QTest::addColumn<QString>("tag");
-    QTest::addColumn<QString>("expected");
-
-    QTest::newRow("every occurrence, others kept")
-        << "<div>%c%</div>%c%%other%" << "c" << "<div><p>Hi</p>\n</div><p>Hi</p>\n%other%";
-    QTest::newRow("similar tag not touched") << "%blog_entry1%" << "blog_entry12" << "%blog_entry1%";
-}
-
+// Every occurrence of the tag is replaced; a tag it merely starts, or one
+// longer than it, is not.
 void tst_QFHTMLExporter::templateReplacement()
 {
-    QFETCH(QString, htmlTemplate);
-    QFETCH(QString, tag);
-    QFETCH(QString, expected);
-    QCOMPARE(QFHTMLExporter().exportAttributedString(QFStyledText("Hi"), QString(), QString(), "p", htmlTemplate,
-                                                     tag, nullptr, 0),
-             expected);
+    const auto fill = [](const QString &htmlTemplate, const QString &tag) {
+        return QFHTMLExporter().exportAttributedString(QFStyledText("Hi"), QString(), QString(), "p", htmlTemplate, tag, nullptr, 0);
+    };
+    QCOMPARE(fill("<div>%c%</div>%c%%c2%%other%", "c"), "<div><p>Hi</p>\n</div><p>Hi</p>\n%c2%%other%");
+    QCOMPARE(fill("%blog_entry1%", "blog_entry12"), "%blog_entry1%");
 }
 
 QTEST_GUILESS_MAIN(tst_QFHTMLExporter)
