@@ -79,7 +79,6 @@ class tst_QFStyledText : public QObject
 private slots:
     void editsKeepRunsCanonical_data();
     void editsKeepRunsCanonical();
-    void attributesAtReportsEffectiveRange();
     void attachmentsInTextOrder();
     void archiveRoundTrip();
     void readsArchives_data();
@@ -138,16 +137,6 @@ void tst_QFStyledText::editsKeepRunsCanonical()
     QFETCH(QString, runs);
     QCOMPARE(text.plainString(), string);
     QCOMPARE(describe(text), runs);
-}
-
-void tst_QFStyledText::attributesAtReportsEffectiveRange()
-{
-    QFStyledText text = QFStyledText("one ").append("two", kBold).append(" three");
-    QFTextRange range;
-    QCOMPARE(text.attributesAt(5, &range), kBold);
-    QCOMPARE(range, (QFTextRange{4, 3}));
-    QCOMPARE(text.attribute(kQFBoldAttributeName, 0, &range), QVariant());
-    QCOMPARE(range, (QFTextRange{0, 4}));
 }
 
 void tst_QFStyledText::attachmentsInTextOrder()
