@@ -48,39 +48,33 @@ void initializeBlogClassForFixtures()
 
 QVariant changedValue(const QByteArray &key, const QVariant &before)
 {
-    if (key.startsWith("dateModifier")) {
-        static const QStringList modifiers{QStringLiteral("Weekday Name"), QStringLiteral("Month Name"),
-                                           QStringLiteral("Year (2 digits)"), QStringLiteral("Time (24-hour)")};
-        return modifiers.value(key.back() - '1');
-    }
+    if (key.startsWith("dateModifier"))
+        return QStringList{"Weekday Name", "Month Name", "Year (2 digits)", "Time (24-hour)"}.value(key.back() - '1');
     if (key == "archivePostsPeriod")
         return 2;
     if (key == "commentsSelectedProviderTag")
         return 3;
     if (key == "commentsUserIdentifiers")
-        return QVariantMap{{QStringLiteral("disqus"), QStringLiteral("field-notes")}};
+        return QVariantMap{{"disqus", "field-notes"}};
     if (key == "sidebarControl")
-        return QVariantList{QVariantMap{{QStringLiteral("name"), QStringLiteral("Tags")}, {QStringLiteral("enabled"), true}},
-                            QVariantMap{{QStringLiteral("name"), QStringLiteral("Archives")}, {QStringLiteral("enabled"), false}}};
+        return QVariantList{QVariantMap{{"name", "Tags"}, {"enabled", true}}, QVariantMap{{"name", "Archives"}, {"enabled", false}}};
     if (key == "categories") {
         // Made outside the blog, so its default categories do not claim the names.
         QList<QFBlogCategoryPtr> categories{QFBlogCategory::noneCategoryWithBlogPlugin(nullptr),
-                                            QFBlogCategory::categoryWithName(QStringLiteral("Travel"), nullptr),
-                                            QFBlogCategory::categoryWithName(QStringLiteral("Crème & Café"), nullptr)};
-        categories[0]->setCategoryID(11);
-        categories[1]->setCategoryID(5);
-        categories[2]->setCategoryID(9);
+                                            QFBlogCategory::categoryWithName("Travel", nullptr),
+                                            QFBlogCategory::categoryWithName("Crème & Café", nullptr)};
+        for (int i : {0, 1, 2})
+            categories[i]->setCategoryID(QList<int>{11, 5, 9}.at(i));
         return QVariant::fromValue(categories);
     }
     if (key == "channelCustomTags")
-        return QVariant::fromValue(QList<QFBlogCustomTagPtr>{
-            customTag(QStringLiteral("generator"), QStringLiteral("Quillfen"), QString()),
-            customTag(QStringLiteral("atom:link"), QString(), QStringLiteral("rel=\"hub\""))});
+        return QVariant::fromValue(
+            QList<QFBlogCustomTagPtr>{customTag("generator", "Quillfen", QString()), customTag("atom:link", QString(), "rel=\"hub\"")});
     if (key == "channelCustomiTunesTags") {
         QFBlogCustomiTunesTagsPtr tags = QFBlogCustomiTunesTags::tags();
-        tags->setAuthor(QStringLiteral("Ada"));
-        tags->setOwnerEmail(QStringLiteral("ada@example.org"));
-        tags->setCategory(QStringLiteral("Technology"));
+        tags->setAuthor("Ada");
+        tags->setOwnerEmail("ada@example.org");
+        tags->setCategory("Technology");
         tags->setImageData(pngBytes(Qt::red));
         tags->setDuration(125);
         tags->setExplicit(true);
@@ -89,18 +83,14 @@ QVariant changedValue(const QByteArray &key, const QVariant &before)
         return QVariant::fromValue(tags);
     }
     if (key == "pingSettings")
-        return QVariantList{QVariantMap{{QStringLiteral("name"), QStringLiteral("example")},
-                                        {QStringLiteral("url"), QStringLiteral("http://ping.example.org/")},
-                                        {QStringLiteral("rpc"), 0}}};
-    if (before.typeId() == QMetaType::Bool)
-        return !before.toBool();
-    if (before.typeId() == QMetaType::Int)
-        return before.toInt() + 7;
-    if (before.typeId() == QMetaType::QString)
-        return QStringLiteral("%1 — changed").arg(QString::fromLatin1(key));
-    if (before.typeId() == QMetaType::QDateTime)
-        return kFixtureBuilt;
-    return QVariant();
+        return QVariantList{QVariantMap{{"name", "example"}, {"url", "http://ping.example.org/"}, {"rpc", 0}}};
+    switch (before.typeId()) {
+    case QMetaType::Bool: return !before.toBool();
+    case QMetaType::Int: return before.toInt() + 7;
+    case QMetaType::QString: return QStringLiteral("%1 — changed").arg(QString::fromLatin1(key));
+    case QMetaType::QDateTime: return kFixtureBuilt;
+    default: return QVariant();
+    }
 }
 
 void changeEverything(QFBlogPlugin &blog, const QSet<QByteArray> &skipped, const QSet<QByteArray> &derived,
@@ -120,47 +110,44 @@ void changeEverything(QFBlogPlugin &blog, const QSet<QByteArray> &skipped, const
         QVERIFY2(blog.setProperty(key, changed), key.constData());
     }
 
-    QFStyledText body = QFStyledText().append(QStringLiteral("Hello ")).append(QStringLiteral("Lisboa"), {{kQFBoldAttributeName, true}});
-    body.insertAttachment(body.length(), pngBytes(Qt::blue), QStringLiteral("tram.png"));
+    QFStyledText body = QFStyledText().append("Hello ").append("Lisboa", {{kQFBoldAttributeName, true}});
+    body.insertAttachment(body.length(), pngBytes(Qt::blue), "tram.png");
     QFBlogEntryPtr first = QFBlogEntry::blogEntryWithBlogPlugin(&blog);
     blog.insertBlogEntry(first);
-    first->setTitle(QStringLiteral("Spring in Lisbon"));
+    first->setTitle("Spring in Lisbon");
     first->setEntry(body);
-    first->setEntrySummary(QFStyledText(QStringLiteral("Trams."), {{kQFItalicAttributeName, true}}));
+    first->setEntrySummary(QFStyledText("Trams.", {{kQFItalicAttributeName, true}}));
     first->setDate(QDateTime(QDate(2023, 4, 2), QTime(18, 30)));
     first->setStatus(1);
     first->setID(3);
-    first->setGUID(QStringLiteral("4F0A2C1E-0000-4000-8000-000000000001"));
+    first->setGUID("4F0A2C1E-0000-4000-8000-000000000001");
     first->setCategoryIDs({5, 9});
-    first->setTags(QFBlogTagList{QFBlogTag(QStringLiteral("lisbon")), QFBlogTag(QStringLiteral("food"))});
-    first->setCustomTags({customTag(QStringLiteral("dc:subject"), QStringLiteral("travel"), QString())});
+    first->setTags(tagList({"lisbon", "food"}));
+    first->setCustomTags({customTag("dc:subject", "travel", QString())});
     QFBlogCustomiTunesTagsPtr itemTags = QFBlogCustomiTunesTags::tags();
-    itemTags->setSubtitle(QStringLiteral("Episode one"));
-    itemTags->setKeywords(QStringLiteral("trams, hills"));
+    itemTags->setSubtitle("Episode one");
+    itemTags->setKeywords("trams, hills");
     itemTags->setImageData(pngBytes(Qt::green));
     first->setItunesTags(itemTags);
-    first->setPodcast(QStringLiteral("/media/episode1.mp3"));
-    first->setPodcastReference(std::make_shared<QFFileReference>(QStringLiteral("/media/episode1.mp3")));
-    first->setPodcastOverride({{QStringLiteral("override"), true},
-                               {QStringLiteral("url"), QStringLiteral("http://cdn.example.org/e1.mp3")},
-                               {QStringLiteral("size"), 123456},
-                               {QStringLiteral("type"), QStringLiteral("audio/mpeg")}});
+    first->setPodcast("/media/episode1.mp3");
+    first->setPodcastReference(std::make_shared<QFFileReference>("/media/episode1.mp3"));
+    first->setPodcastOverride({{"override", true}, {"url", "http://cdn.example.org/e1.mp3"}, {"size", 123456}, {"type", "audio/mpeg"}});
     first->setOverridePermalinkName(true);
-    first->setOverridePermalinkNameText(QStringLiteral("spring-lisbon"));
+    first->setOverridePermalinkNameText("spring-lisbon");
     first->setSummarizeRSSEntry(true);
     first->setSummarizeRSSSentenceCount(2);
 
     QFBlogEntryPtr draft = QFBlogEntry::blogEntryWithBlogPlugin(&blog);
     blog.insertBlogEntry(draft);
-    draft->setTitle(QStringLiteral("Crème brûlée, unfinished"));
-    draft->setEntryString(QStringLiteral("To be written."));
+    draft->setTitle("Crème brûlée, unfinished");
+    draft->setEntryString("To be written.");
     draft->setEntrySummaryString(QString());
     draft->setDate(QDateTime(QDate(2023, 5, 1), QTime(7, 0)));
     draft->setStatus(0);
     draft->setID(4);
-    draft->setGUID(QStringLiteral("4F0A2C1E-0000-4000-8000-000000000002"));
+    draft->setGUID("4F0A2C1E-0000-4000-8000-000000000002");
     draft->setCategoryIndex(2);
-    draft->setTags(QFBlogTagList{QFBlogTag(QStringLiteral("food"))});
+    draft->setTags(tagList({"food"}));
     draft->setItunesTags(QFBlogCustomiTunesTags::tags());
 
     blog.setLastBuildDate(kFixtureBuilt);
@@ -169,30 +156,25 @@ void changeEverything(QFBlogPlugin &blog, const QSet<QByteArray> &skipped, const
 
 QVariant comparable(const QVariant &value)
 {
+    QVariantList list;
     if (value.typeId() == qMetaTypeId<QList<QFBlogCategoryPtr>>()) {
-        QVariantList list;
         for (const QFBlogCategoryPtr &category : value.value<QList<QFBlogCategoryPtr>>())
-            list.append(QVariantList{category->categoryName(), category->isNone() ? -1 : category->categoryID(),
-                                     category->isNone()});
+            list.append(QVariantList{category->categoryName(), category->isNone() ? -1 : category->categoryID(), category->isNone()});
         return list;
     }
     if (value.typeId() == qMetaTypeId<QList<QFBlogCustomTagPtr>>()) {
-        QVariantList list;
         for (const QFBlogCustomTagPtr &tag : value.value<QList<QFBlogCustomTagPtr>>())
             list.append(QStringList{tag->tag(), tag->value(), tag->attributes()});
         return list;
     }
-    if (value.typeId() == qMetaTypeId<QFBlogCustomiTunesTagsPtr>()) {
-        const QFBlogCustomiTunesTagsPtr tags = value.value<QFBlogCustomiTunesTagsPtr>();
-        if (!tags)
-            return QVariant();
-        QVariantMap map;
-        const QMetaObject &meta = QFBlogCustomiTunesTags::staticMetaObject;
-        for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i)
-            map.insert(QString::fromLatin1(meta.property(i).name()), meta.property(i).read(tags.get()));
-        return map;
-    }
-    return value;
+    if (value.typeId() != qMetaTypeId<QFBlogCustomiTunesTagsPtr>())
+        return value;
+    const QFBlogCustomiTunesTagsPtr tags = value.value<QFBlogCustomiTunesTagsPtr>();
+    QVariantMap map;
+    const QMetaObject &meta = QFBlogCustomiTunesTags::staticMetaObject;
+    for (int i = meta.propertyOffset(); tags && i < meta.propertyCount(); ++i)
+        map.insert(QString::fromLatin1(meta.property(i).name()), meta.property(i).read(tags.get()));
+    return tags ? QVariant(map) : QVariant();
 }
 
 namespace {
@@ -201,32 +183,29 @@ namespace {
 QVariantMap postContents(const QFBlogEntry &entry)
 {
     QStringList tags;
-    if (entry.tags()) {
-        for (const QFBlogTag &tag : *entry.tags())
-            tags.append(tag.tagName());
-    }
+    for (const QFBlogTag &tag : entry.tags().value_or(QFBlogTagList()))
+        tags.append(tag.tagName());
     QVariantList categoryIDs;
     for (int id : entry.categoryIDs())
         categoryIDs.append(id);
-    return {{QStringLiteral("title"), entry.title()},
-            {QStringLiteral("body"), entry.entry() ? entry.entry()->toKeyedArchive() : QByteArray()},
-            {QStringLiteral("summary"), entry.entrySummary() ? entry.entrySummary()->toKeyedArchive() : QByteArray()},
-            {QStringLiteral("date"), entry.date()},
-            {QStringLiteral("status"), entry.status()},
-            {QStringLiteral("ID"), entry.ID()},
-            {QStringLiteral("GUID"), entry.GUID()},
-            {QStringLiteral("categoryIDs"), categoryIDs},
-            {QStringLiteral("tags"), tags},
-            {QStringLiteral("customTags"), comparable(QVariant::fromValue(entry.customTags()))},
-            {QStringLiteral("itunesTags"), comparable(QVariant::fromValue(entry.itunesTags()))},
-            {QStringLiteral("podcast"), entry.podcast()},
-            {QStringLiteral("podcastReference"),
-             entry.podcastReference() ? entry.podcastReference()->propertyList() : QVariantMap()},
-            {QStringLiteral("podcastOverride"), entry.podcastOverride()},
-            {QStringLiteral("overridePermalinkName"), entry.overridePermalinkName()},
-            {QStringLiteral("overridePermalinkNameText"), entry.overridePermalinkNameText()},
-            {QStringLiteral("summarizeRSSEntry"), entry.summarizeRSSEntry()},
-            {QStringLiteral("summarizeRSSSentenceCount"), entry.summarizeRSSSentenceCount()}};
+    return {{"title", entry.title()},
+            {"body", entry.entry() ? entry.entry()->toKeyedArchive() : QByteArray()},
+            {"summary", entry.entrySummary() ? entry.entrySummary()->toKeyedArchive() : QByteArray()},
+            {"date", entry.date()},
+            {"status", entry.status()},
+            {"ID", entry.ID()},
+            {"GUID", entry.GUID()},
+            {"categoryIDs", categoryIDs},
+            {"tags", tags},
+            {"customTags", comparable(QVariant::fromValue(entry.customTags()))},
+            {"itunesTags", comparable(QVariant::fromValue(entry.itunesTags()))},
+            {"podcast", entry.podcast()},
+            {"podcastReference", entry.podcastReference() ? entry.podcastReference()->propertyList() : QVariantMap()},
+            {"podcastOverride", entry.podcastOverride()},
+            {"overridePermalinkName", entry.overridePermalinkName()},
+            {"overridePermalinkNameText", entry.overridePermalinkNameText()},
+            {"summarizeRSSEntry", entry.summarizeRSSEntry()},
+            {"summarizeRSSSentenceCount", entry.summarizeRSSSentenceCount()}};
 }
 
 } // namespace
@@ -238,13 +217,10 @@ QString postDifferences(const QFBlogPlugin &expected, const QFBlogPlugin &actual
     for (qsizetype i = 0; i < expected.posts().size(); ++i) {
         if (actual.posts().at(i)->blogPlugin() != &actual)
             return QStringLiteral("post %1 belongs to another blog").arg(i);
-        const QVariantMap wanted = postContents(*expected.posts().at(i));
-        const QVariantMap got = postContents(*actual.posts().at(i));
+        const QVariantMap wanted = postContents(*expected.posts().at(i)), got = postContents(*actual.posts().at(i));
         for (auto it = wanted.cbegin(); it != wanted.cend(); ++it) {
             if (!ignored.contains(it.key()) && got.value(it.key()) != it.value())
-                return QStringLiteral("post %1: %2: %3 != %4")
-                    .arg(i)
-                    .arg(it.key(), QDebug::toString(got.value(it.key())), QDebug::toString(it.value()));
+                return QStringLiteral("post %1: %2: %3 != %4").arg(i).arg(it.key(), QDebug::toString(got.value(it.key())), QDebug::toString(it.value()));
         }
     }
     return QString();

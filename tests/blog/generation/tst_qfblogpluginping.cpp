@@ -99,57 +99,73 @@ private slots:
     }
     void cleanup() { QFAlert::setPresenter(m_previousPresenter); }
 
-    void xmlRpcReplies_data()
+    void replies_data()
     {
-        QTest::addColumn<QByteArray>("reply");
+        QTest::addColumn<int>("rpc"); // 1: XML-RPC, 0: a form posted to the address
+        QTest::addColumn<Reply>("reply");
         QTest::addColumn<QString>("failureReason"); // empty: the ping succeeds
         QTest::addColumn<QStringList>("logged");
 
+        const auto xml = [](const QByteArray &body) { return Reply{200, "text/xml", body, 0}; };
         const QString warning = QStringLiteral("warning: XML-RPC ping reply has thanks message of %1");
         const QString unparsable = QStringLiteral("Failed to parse response from server");
-        QTest::newRow("thanks") << kThanks << QString() << QStringList();
-        QTest::newRow("other thanks text is only a warning") << methodResponse(flerror("0") + message("Got it, see you"))
-                                                             << QString() << QStringList{warning.arg("Got it, see you")};
-        QTest::newRow("flerror with message fails with it") << methodResponse(flerror("1") + message("Rejected")) << "Rejected"
+        QTest::newRow("thanks") << 1 << xml(kThanks) << QString() << QStringList();
+        QTest::newRow("other thanks text is only a warning")
+            << 1 << xml(methodResponse(flerror("0") + message("Got it, see you"))) << QString() << QStringList{warning.arg("Got it, see you")};
+        QTest::newRow("flerror with message fails with it") << 1 << xml(methodResponse(flerror("1") + message("Rejected"))) << "Rejected"
                                                             << QStringList();
         QTest::newRow("flerror without message succeeds with a warning")
-            << methodResponse(flerror("1")) << QString() << QStringList{warning.arg(QString())};
+            << 1 << xml(methodResponse(flerror("1"))) << QString() << QStringList{warning.arg(QString())};
         QTest::newRow("fault wins over the message")
-            << QByteArray("<?xml version=\"1.0\"?><methodResponse><fault><value><struct>"
-                          "<member><name>faultCode</name><value><int>4</int></value></member>"
-                          "<member><name>faultString</name><value><string>Blog not found</string></value></member>"
-                          "</struct></value></fault><params><param><value><struct>"
-                          + message("Thanks for the ping.") + "</struct></value></param></params></methodResponse>")
+            << 1
+            << xml("<?xml version=\"1.0\"?><methodResponse><fault><value><struct>"
+                   "<member><name>faultCode</name><value><int>4</int></value></member>"
+                   "<member><name>faultString</name><value><string>Blog not found</string></value></member>"
+                   "</struct></value></fault><params><param><value><struct>"
+                   + message("Thanks for the ping.") + "</struct></value></param></params></methodResponse>")
             << "Blog not found" << QStringList();
         QTest::newRow("no fields at all: logged, still pinged")
-            << methodResponse("") << QString() << QStringList{"No thanks in: " + QString::fromUtf8(methodResponse("")), warning.arg(QString())};
-        QTest::newRow("HTML error page") << QByteArray("<html><body><p>Bad gateway</body></html>") << unparsable << QStringList();
-        QTest::newRow("empty reply") << QByteArray() << unparsable << QStringList();
+            << 1 << xml(methodResponse("")) << QString()
+            << QStringList{"No thanks in: " + QString::fromUtf8(methodResponse("")), warning.arg(QString())};
+        QTest::newRow("HTML error page") << 1 << xml("<html><body><p>Bad gateway</body></html>") << unparsable << QStringList();
+        QTest::newRow("empty reply") << 1 << xml(QByteArray()) << unparsable << QStringList();
         QTest::newRow("entity expansion is refused")
-            << QByteArray("<?xml version=\"1.0\"?><!DOCTYPE methodResponse [<!ENTITY a \"aaaaaaaaaa\">"
-                          "<!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;\"><!ENTITY c \"&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;\">]>"
-                          "<methodResponse><params><param><value><struct><member><name>message</name><value>"
-                          "<string>&c;</string></value></member></struct></value></param></params></methodResponse>")
+            << 1
+            << xml("<?xml version=\"1.0\"?><!DOCTYPE methodResponse [<!ENTITY a \"aaaaaaaaaa\">"
+                   "<!ENTITY b \"&a;&a;&a;&a;&a;&a;&a;&a;&a;&a;\"><!ENTITY c \"&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;\">]>"
+                   "<methodResponse><params><param><value><struct><member><name>message</name><value>"
+                   "<string>&c;</string></value></member></struct></value></param></params></methodResponse>")
             << "The reply of the ping service declares a document type, which a ping reply never needs, so it was not read"
             << QStringList();
-        QTest::newRow("reply over 1 MiB is refused") << kThanks + QByteArray(1024 * 1024, ' ')
-                                                     << "The reply of the ping service is larger than 1 MiB, so it was not read"
-                                                     << QStringList();
+        QTest::newRow("reply over 1 MiB is refused")
+            << 1 << xml(kThanks + QByteArray(1024 * 1024, ' ')) << "The reply of the ping service is larger than 1 MiB, so it was not read"
+            << QStringList();
+        QTest::newRow("form: any reply, even an error page, is success") << 0 << Reply{500, "text/html", "oops", 0} << QString()
+                                                                         << QStringList();
+        QTest::newRow("form: no data") << 0 << Reply{200, "text/plain", "", 0} << "No data was returned from the server" << QStringList();
     }
 
-    void xmlRpcReplies()
+    void replies()
     {
-        QFETCH(QByteArray, reply);
+        QFETCH(int, rpc);
+        QFETCH(Reply, reply);
         QFETCH(QString, failureReason);
         QFETCH(QStringList, logged);
 
         LoopbackHttpServer server;
-        server.setReply("/rpc/ping", Reply{200, "text/xml", reply, 0});
-        Site site({service("Loopback", server.url("/rpc/ping"))});
+        server.setReply("/rpc/ping", reply);
+        Site site({service("Loopback", server.url("/rpc/ping"), rpc)});
         QFLogCapture log;
         const QList<QFBlogPluginPing::Outcome> outcomes = site.plugin->ping().pingNow();
 
-        QCOMPARE(server.requestCount("/rpc/ping"), 1);
+        const QList<LoopbackHttpServer::Request> requests = server.requests();
+        QCOMPARE(requests.size(), 1);
+        QCOMPARE(requests.constFirst().method, QByteArray("POST"));
+        if (rpc == 0) {
+            // The placeholders go out as they stand, not the blog's name and address.
+            QCOMPARE(requests.constFirst().target, QByteArray("/rpc/ping?url=Blog%20URL&name=Blog%20Name"));
+            QCOMPARE(requests.constFirst().body, QByteArray());
+        }
         QCOMPARE(outcomes.size(), 1);
         QCOMPARE(outcomes.constFirst().failure.value_or(QString()), failureReason);
         QCOMPARE(alertsText(m_alerts.requests()), failureReason.isEmpty() ? kSuccess : failed("Loopback", failureReason));
@@ -288,35 +304,6 @@ private slots:
         else // the transport's own description, naming where it tried to go
             QVERIFY2(reason.contains("127.0.0.1"), qPrintable(reason));
         QCOMPARE(alertsText(m_alerts.requests()), failed("Loopback", reason));
-    }
-
-    void formStylePing_data()
-    {
-        QTest::addColumn<Reply>("reply");
-        QTest::addColumn<QString>("failureReason");
-
-        QTest::newRow("any reply, even an error page, is success") << Reply{500, "text/html", "oops", 0} << QString();
-        QTest::newRow("no data") << Reply{200, "text/plain", "", 0} << "No data was returned from the server";
-    }
-
-    void formStylePing()
-    {
-        QFETCH(Reply, reply);
-        QFETCH(QString, failureReason);
-
-        LoopbackHttpServer server;
-        server.setReply("/form", reply);
-        Site site({service("Form", server.url("/form"), 0)});
-        const QList<QFBlogPluginPing::Outcome> outcomes = site.plugin->ping().pingNow();
-
-        const QList<LoopbackHttpServer::Request> requests = server.requests();
-        QCOMPARE(requests.size(), 1);
-        QCOMPARE(requests.constFirst().method, QByteArray("POST"));
-        // The placeholders go out as they stand, not the blog's name and address.
-        QCOMPARE(requests.constFirst().target, QByteArray("/form?url=Blog%20URL&name=Blog%20Name"));
-        QCOMPARE(requests.constFirst().body, QByteArray());
-        QCOMPARE(outcomes.constFirst().failure.value_or(QString()), failureReason);
-        QCOMPARE(alertsText(m_alerts.requests()), failureReason.isEmpty() ? kSuccess : failed("Form", failureReason));
     }
 
 private:
