@@ -179,32 +179,25 @@ private slots:
         QTest::newRow("summary instead of the body when permalink pages exist")
             << Setup([](auto &blog, auto &, auto &) { blog.posts().at(2)->setEntrySummaryString("Short."); })
             << "//item[2]/content:encoded" << QStringList{"<p>Short.</p>\n"};
-        QTest::newRow("summarised to the feed's sentence count") << Setup([](auto &blog, auto &, auto &) {
-            blog.setSummarizeEntryRSS(true);
-            blog.setSummarizeEntryRSSCount(2);
-        }) << "//item[1]/content:encoded" << QStringList{"First sentence. Second sentence."};
-        QTest::newRow("summarised to no sentences writes the missing object") << Setup([](auto &blog, auto &, auto &) {
-            blog.setSummarizeEntryRSS(true);
-            blog.setSummarizeEntryRSSCount(0);
-        }) << "//item/content:encoded" << QStringList{"(null)", "(null)"};
-        QTest::newRow("main-page-only leaves out posts of older periods") << Setup([](auto &blog, auto &, auto &) {
-            blog.setArchivePostsPeriod(1);
-            blog.setGenerateRssEntriesForMainPageOnly(true);
-        }) << "//item/title" << QStringList{"Summer"};
+        QTest::newRow("summarised to the feed's sentence count")
+            << Setup([](auto &blog, auto &, auto &) { blog.setSummarizeEntryRSS(true); blog.setSummarizeEntryRSSCount(2); })
+            << "//item[1]/content:encoded" << QStringList{"First sentence. Second sentence."};
+        QTest::newRow("summarised to no sentences writes the missing object")
+            << Setup([](auto &blog, auto &, auto &) { blog.setSummarizeEntryRSS(true); blog.setSummarizeEntryRSSCount(0); })
+            << "//item/content:encoded" << QStringList{"(null)", "(null)"};
+        QTest::newRow("main-page-only leaves out posts of older periods")
+            << Setup([](auto &blog, auto &, auto &) { blog.setArchivePostsPeriod(1); blog.setGenerateRssEntriesForMainPageOnly(true); })
+            << "//item/title" << QStringList{"Summer"};
         QTest::newRow("permalink pages off: archive page, or the main page for the latest period")
-            << Setup([](auto &blog, auto &, auto &) {
-                   blog.setArchivePostsPeriod(1);
-                   blog.setGeneratePermalinkPages(false);
-               })
+            << Setup([](auto &blog, auto &, auto &) { blog.setArchivePostsPeriod(1); blog.setGeneratePermalinkPages(false); })
             << "//item/link"
             << QStringList{"http://example.com/blog/files/mar-2024#unique-entry-id-1", "http://example.com/blog/index.html#unique-entry-id-3"};
         QTest::newRow("a full https location replaces the base")
             << Setup([](auto &, auto &params, auto &) { params.insert("location", "https://other.org/news"); })
             << "//item[1]/link" << QStringList{"https://other.org/news/files/" + kGUID + "01-1.html#unique-entry-id-1"};
-        QTest::newRow("an empty location links below the base") << Setup([](auto &, auto &params, auto &) {
-            params.insert("location", "");
-            params.insert("index", "index.html");
-        }) << "//item[1]/link" << QStringList{"http://example.com/files/" + kGUID + "01-1.html#unique-entry-id-1"};
+        QTest::newRow("an empty location links below the base")
+            << Setup([](auto &, auto &params, auto &) { params.insert("location", ""); params.insert("index", "index.html"); })
+            << "//item[1]/link" << QStringList{"http://example.com/files/" + kGUID + "01-1.html#unique-entry-id-1"};
         QTest::newRow("non-ASCII in a permalink name is percent-escaped")
             << Setup([](auto &blog, auto &, auto &) { blog.posts().at(0)->setOverridePermalinkNameText("zürich trip"); })
             << "//item[1]/link" << QStringList{"http://example.com/blog/files/z%C3%BCrich%20trip.html#unique-entry-id-1"};

@@ -169,7 +169,6 @@ private slots:
         QTest::newRow("all four date formats") << formats << QByteArray("dateModifier3") << QVariant("Year (2 digits)");
         QTest::newRow("empty date format is None") << emptyFirst << QByteArray("dateModifier1") << QVariant("None");
         QTest::newRow("no DateModifier3, all back to default") << withoutThird << QByteArray("dateModifier1") << QVariant(L("datemod1"));
-        QTest::newRow("no ShowPostLimit") << D() << QByteArray("showAtLeastPosts") << QVariant(false);
         QTest::newRow("ShowPostLimit") << D{{"ShowPostLimit", 5}} << QByteArray("showAtLeastPosts") << QVariant(true);
         QTest::newRow("podcasting off in the package") << D{{"EnablePodcasting", false}} << QByteArray("enablePodcasting") << QVariant(true);
         QTest::newRow("custom feed URL switches it on")
