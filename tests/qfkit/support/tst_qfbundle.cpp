@@ -5,6 +5,21 @@
 #include <QtTest>
 #include <thread>
 
+namespace {
+
+QByteArray plist(const QByteArray &body)
+{
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">\n" + body + "\n</plist>\n";
+}
+
+const QByteArray stringTable = plist("<dict>\n"
+                                     "<key>NoTitle</key><string>Untitled</string>\n"
+                                     "<key>NotAString</key><integer>3</integer>\n"
+                                     "</dict>");
+const QString tablePath = QStringLiteral("Resources/en.lproj/Localizable.plist");
+
+} // namespace
+
 class tst_QFBundle : public QObject
 {
     Q_OBJECT
@@ -13,9 +28,8 @@ private slots:
     void init();
     void pathForResource_data();
     void pathForResource();
-    void propertyListResource_data();
-    void propertyListResource();
-    void stringResource();
+    void resources_data();
+    void resources();
     void localizedString_data();
     void localizedString();
     void stringTableIsReadOnceAndShared();
@@ -25,25 +39,6 @@ private:
     QString bundlePath() const { return m_dir->filePath(QStringLiteral("Blog.qfplugin")); }
     std::unique_ptr<QTemporaryDir> m_dir;
 };
-
-namespace {
-
-QByteArray plist(const QByteArray &body)
-{
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-           "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
-           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
-           "<plist version=\"1.0\">\n"
-        + body + "\n</plist>\n";
-}
-
-const QByteArray stringTable = plist("<dict>\n"
-                                     "<key>NoTitle</key><string>Untitled</string>\n"
-                                     "<key>PingTimedOut</key><string>The ping timed out \xe2\x80\x94 try later</string>\n"
-                                     "<key>NotAString</key><integer>3</integer>\n"
-                                     "</dict>");
-
-} // namespace
 
 void tst_QFBundle::write(const QString &relativePath, const QByteArray &bytes)
 {
@@ -58,13 +53,13 @@ void tst_QFBundle::init()
 {
     m_dir = std::make_unique<QTemporaryDir>();
     QVERIFY(m_dir->isValid());
-    write(QStringLiteral("Resources/dates.plist"),
-          plist("<dict><key>datemod1</key><string>%d</string></dict>"));
+    write(QStringLiteral("Resources/dates.plist"), plist("<dict><key>datemod1</key><string>%d</string></dict>"));
     write(QStringLiteral("Resources/BlogPermalinkTemplate.html"), "<html>%blog_permalink_content%</html>");
     write(QStringLiteral("Resources/rss.gif"), "GIF89a");
     write(QStringLiteral("Resources/en.lproj/categories.plist"), plist("<array><string>General</string></array>"));
     write(QStringLiteral("Resources/en.lproj/BlogPermalinkTemplate.html"), "shadowed");
-    write(QStringLiteral("Resources/en.lproj/Localizable.plist"), stringTable);
+    write(QStringLiteral("Resources/en.lproj/Readme.txt"), "Gr\xc3\xbc\xc3\x9f" "e");
+    write(tablePath, stringTable);
     write(QStringLiteral("Resources/garbled.plist"), "<?xml version=\"1.0\"?><plist><dict><key>a</key>");
     write(QStringLiteral("secret.txt"), "outside Resources");
 }
@@ -91,15 +86,11 @@ void tst_QFBundle::pathForResource()
     QFETCH(QString, type);
     QFETCH(QString, expected);
 
-    const QFBundle bundle(bundlePath());
-    const QString found = bundle.pathForResource(name, type);
-    if (expected.isEmpty())
-        QCOMPARE(found, QString());
-    else
-        QCOMPARE(found, bundlePath() + QLatin1Char('/') + expected);
+    const QString found = QFBundle(bundlePath()).pathForResource(name, type);
+    QCOMPARE(found, expected.isEmpty() ? QString() : bundlePath() + QLatin1Char('/') + expected);
 }
 
-void tst_QFBundle::propertyListResource_data()
+void tst_QFBundle::resources_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<QVariant>("expected");
@@ -110,9 +101,11 @@ void tst_QFBundle::propertyListResource_data()
     QTest::newRow("array from en.lproj") << "categories" << QVariant(QVariantList{QStringLiteral("General")}) << "";
     QTest::newRow("missing") << "languages" << QVariant() << "languages";
     QTest::newRow("garbled") << "garbled" << QVariant() << "garbled.plist";
+    QTest::newRow("text file") << "Readme.txt" << QVariant(QStringLiteral("Grüße")) << "";
+    QTest::newRow("missing text file") << "Missing.txt" << QVariant() << "";
 }
 
-void tst_QFBundle::propertyListResource()
+void tst_QFBundle::resources()
 {
     QFETCH(QString, name);
     QFETCH(QVariant, expected);
@@ -120,21 +113,18 @@ void tst_QFBundle::propertyListResource()
 
     const QFBundle bundle(bundlePath());
     QFLogCapture log;
-    const QVariant value = bundle.propertyListResource(name);
+    QVariant value;
+    if (name.endsWith(QLatin1String(".txt"))) {
+        const QString text = bundle.stringResource(name.chopped(4), QStringLiteral("txt"));
+        value = text.isNull() ? QVariant() : QVariant(text);
+    } else {
+        value = bundle.propertyListResource(name);
+    }
     QCOMPARE(value, expected);
     if (logged.isEmpty())
         QVERIFY2(log.lines().isEmpty(), qPrintable(log.lines().join(QLatin1Char('\n'))));
     else
         QVERIFY2(log.contains(logged), qPrintable(log.lines().join(QLatin1Char('\n'))));
-}
-
-void tst_QFBundle::stringResource()
-{
-    write(QStringLiteral("Resources/en.lproj/Readme.txt"), "Gr\xc3\xbc\xc3\x9f" "e");
-    const QFBundle bundle(bundlePath());
-    QCOMPARE(bundle.stringResource(QStringLiteral("Readme"), QStringLiteral("txt")), QStringLiteral("Grüße"));
-    QVERIFY(bundle.stringResource(QStringLiteral("Missing"), QStringLiteral("txt")).isNull());
-    QCOMPARE(QFBundle().localizedString(QStringLiteral("NoTitle")), QStringLiteral("NoTitle"));
 }
 
 void tst_QFBundle::localizedString_data()
@@ -145,6 +135,7 @@ void tst_QFBundle::localizedString_data()
 
     QTest::newRow("known key") << stringTable << "NoTitle" << "Untitled";
     QTest::newRow("unknown key") << stringTable << "datemod1" << "datemod1";
+    QTest::newRow("value that is no text") << stringTable << "NotAString" << "NotAString";
     QTest::newRow("no table") << QByteArray() << "NoTitle" << "NoTitle";
     QTest::newRow("garbled table") << QByteArray("<plist><dict><key>NoTitle") << "NoTitle" << "NoTitle";
     QTest::newRow("table is an array") << plist("<array><string>NoTitle</string></array>") << "NoTitle"
@@ -157,16 +148,15 @@ void tst_QFBundle::localizedString()
     QFETCH(QString, key);
     QFETCH(QString, expected);
 
-    const QString tablePath = QStringLiteral("Resources/en.lproj/Localizable.plist");
     if (table.isEmpty())
         QVERIFY(QFile::remove(bundlePath() + QLatin1Char('/') + tablePath));
     else
         write(tablePath, table);
-
     QFLogCapture log;
     const QFBundle bundle(bundlePath());
     QCOMPARE(bundle.localizedString(key), expected);
     QCOMPARE(bundle.localizedString(key), expected);
+    QCOMPARE(QFBundle().localizedString(key), key);
 }
 
 void tst_QFBundle::stringTableIsReadOnceAndShared()
@@ -176,20 +166,18 @@ void tst_QFBundle::stringTableIsReadOnceAndShared()
     QCOMPARE(copy.localizedString(QStringLiteral("NoTitle")), QStringLiteral("Untitled"));
 
     // Once loaded, the table no longer depends on the file.
-    QVERIFY(QFile::remove(bundlePath() + QStringLiteral("/Resources/en.lproj/Localizable.plist")));
+    QVERIFY(QFile::remove(bundlePath() + QLatin1Char('/') + tablePath));
     QCOMPARE(bundle.localizedString(QStringLiteral("NoTitle")), QStringLiteral("Untitled"));
 
     // Readers on several threads at once, before and while the table loads.
-    write(QStringLiteral("Resources/en.lproj/Localizable.plist"), stringTable);
+    write(tablePath, stringTable);
     const QFBundle fresh(bundlePath());
     std::atomic<int> wrong{0};
     std::vector<std::thread> threads;
     for (int t = 0; t < 8; ++t) {
         threads.emplace_back([&fresh, &wrong] {
-            for (int i = 0; i < 200; ++i) {
-                if (fresh.localizedString(QStringLiteral("NoTitle")) != QLatin1String("Untitled"))
-                    ++wrong;
-            }
+            for (int i = 0; i < 200; ++i)
+                wrong += fresh.localizedString(QStringLiteral("NoTitle")) != QLatin1String("Untitled");
         });
     }
     for (std::thread &t : threads)

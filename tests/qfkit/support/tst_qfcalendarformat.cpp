@@ -52,15 +52,12 @@ void tst_QFCalendarFormat::format_data()
     QTest::addColumn<QString>("expected");
 
     const QLocale c = QLocale::c();
-    QTest::newRow("%a short weekday") << winter << "%a" << c << "Thu";
-    QTest::newRow("%b short month") << winter << "%b" << c << "Jan";
     QTest::newRow("%d two digits") << earlyMarch << "%d" << c << "05";
     QTest::newRow("%e space padded") << earlyMarch << "%e" << c << " 5";
     QTest::newRow("%I afternoon") << winter << "%I" << c << "03";
     QTest::newRow("%I midnight is 12") << summerMidnight << "%I" << c << "12";
     QTest::newRow("%p midnight is AM") << summerMidnight << "%p" << c << "AM";
     QTest::newRow("%j last day of leap year") << noonLastDay << "%j" << c << "366";
-    QTest::newRow("%z winter") << winter << "%z" << c << "+0100";
     QTest::newRow("%z summer") << summerMidnight << "%z" << c << "+0200";
     QTest::newRow("%Z summer") << summerMidnight << "%Z" << c << "CEST";
     QTest::newRow("%% and literals") << winter << "100%% on %d." << c << "100% on 31.";
@@ -106,8 +103,7 @@ void tst_QFCalendarFormat::parse_data()
     QTest::newRow("12 AM is midnight") << "01/31/2008 12:04:05 AM" << mt12 << c << local(2008, 1, 31, 0, 4, 5);
     QTest::newRow("lower-case pm") << "01/31/2008 03:04:05 pm" << mt12 << c << local(2008, 1, 31, 15, 4, 5);
     QTest::newRow("24h") << "01/31/2008 15:04:05" << mt24 << c << local(2008, 1, 31, 15, 4, 5);
-    QTest::newRow("ISO date fails 12h") << "2008-01-31" << mt12 << c << no;
-    QTest::newRow("ISO date fails 24h") << "2008-01-31" << mt24 << c << no;
+    QTest::newRow("ISO date") << "2008-01-31" << mt12 << c << no;
     QTest::newRow("24h text with AM/PM after it") << "01/31/2008 03:04:05 PM" << mt24 << c << no;
     QTest::newRow("hour 13 on a 12h clock") << "01/31/2008 13:04:05 PM" << mt12 << c << no;
     QTest::newRow("extra trailing text") << "01/31/2008 03:04:05 PM GMT" << mt12 << c << no;

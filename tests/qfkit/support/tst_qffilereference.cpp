@@ -7,12 +7,30 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+namespace {
+
+void touch(const QString &path)
+{
+    QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+}
+
+// Changes the files below a folder holding site/Blog.qfsite and
+// site/media/episode 1.mp3; gives the document's path afterwards, relative
+// to that folder.
+using Change = std::function<QString(QDir root)>;
+
+} // namespace
+
+Q_DECLARE_METATYPE(Change)
+
 class tst_QFFileReference : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase() { QFFileReference::registerCodingClass(); }
     void init();
     void resolveRelativeTo_data();
     void resolveRelativeTo();
@@ -21,43 +39,17 @@ private slots:
     void archives();
 
 private:
-    static void touch(const QString &path);
     std::unique_ptr<QTemporaryDir> m_dir;
-    QString m_site;     // <tmp>/site
     QString m_document; // <tmp>/site/Blog.qfsite
     QString m_podcast;  // <tmp>/site/media/episode 1.mp3
 };
-
-enum class Change {
-    Nothing,
-    SiteFolderMoved,     // the whole site folder renamed
-    SiteFolderCopied,    // both the old and the new copy exist
-    DocumentMovedAlone,  // media stayed where they were
-    FileDeleted,         // the file exists nowhere
-    NoDocumentPath,      // resolved without a document
-};
-Q_DECLARE_METATYPE(Change)
-
-void tst_QFFileReference::initTestCase()
-{
-    QFFileReference::registerCodingClass();
-}
-
-void tst_QFFileReference::touch(const QString &path)
-{
-    QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("data");
-}
 
 void tst_QFFileReference::init()
 {
     m_dir = std::make_unique<QTemporaryDir>();
     QVERIFY(m_dir->isValid());
-    m_site = m_dir->filePath(QStringLiteral("site"));
-    m_document = m_site + QStringLiteral("/Blog.qfsite");
-    m_podcast = m_site + QStringLiteral("/media/episode 1.mp3");
+    m_document = m_dir->filePath(QStringLiteral("site/Blog.qfsite"));
+    m_podcast = m_dir->filePath(QStringLiteral("site/media/episode 1.mp3"));
     touch(m_document);
     touch(m_podcast);
 }
@@ -67,12 +59,26 @@ void tst_QFFileReference::resolveRelativeTo_data()
     QTest::addColumn<Change>("change");
     QTest::addColumn<QString>("expected"); // relative to the temporary folder
 
-    QTest::newRow("nothing changed") << Change::Nothing << "site/media/episode 1.mp3";
-    QTest::newRow("site folder moved") << Change::SiteFolderMoved << "moved/media/episode 1.mp3";
-    QTest::newRow("site folder copied: the copy's file") << Change::SiteFolderCopied << "copy/media/episode 1.mp3";
-    QTest::newRow("document moved alone") << Change::DocumentMovedAlone << "site/media/episode 1.mp3";
-    QTest::newRow("file gone: relative resolution") << Change::FileDeleted << "moved/media/episode 1.mp3";
-    QTest::newRow("no document path") << Change::NoDocumentPath << "site/media/episode 1.mp3";
+    const QString site = QStringLiteral("site/Blog.qfsite");
+    const QString failed = QStringLiteral("(the change failed)");
+    const auto moveSite = [](QDir root) { return root.rename(QStringLiteral("site"), QStringLiteral("moved")); };
+    QTest::newRow("nothing changed") << Change([=](QDir ) { return site; }) << "site/media/episode 1.mp3";
+    QTest::newRow("site folder moved") << Change([=](QDir root) {
+        return moveSite(root) ? QStringLiteral("moved/Blog.qfsite") : failed;
+    }) << "moved/media/episode 1.mp3";
+    QTest::newRow("site folder copied: the copy's file") << Change([](QDir root) {
+        touch(root.filePath(QStringLiteral("copy/Blog.qfsite")));
+        touch(root.filePath(QStringLiteral("copy/media/episode 1.mp3")));
+        return QStringLiteral("copy/Blog.qfsite");
+    }) << "copy/media/episode 1.mp3";
+    QTest::newRow("document moved alone") << Change([=](QDir root) {
+        return root.rename(site, QStringLiteral("elsewhere.qfsite")) ? QStringLiteral("elsewhere.qfsite") : failed;
+    }) << "site/media/episode 1.mp3";
+    QTest::newRow("file gone: relative resolution") << Change([=](QDir root) {
+        return moveSite(root) && root.remove(QStringLiteral("moved/media/episode 1.mp3")) ? QStringLiteral("moved/Blog.qfsite")
+                                                                                          : failed;
+    }) << "moved/media/episode 1.mp3";
+    QTest::newRow("no document path") << Change([](QDir ) { return QString(); }) << "site/media/episode 1.mp3";
 }
 
 void tst_QFFileReference::resolveRelativeTo()
@@ -81,33 +87,9 @@ void tst_QFFileReference::resolveRelativeTo()
     QFETCH(QString, expected);
 
     const QFFileReference reference(m_podcast, m_document);
-    QString documentNow = m_document;
-    switch (change) {
-    case Change::Nothing:
-        break;
-    case Change::SiteFolderMoved:
-        QVERIFY(QDir().rename(m_site, m_dir->filePath(QStringLiteral("moved"))));
-        documentNow = m_dir->filePath(QStringLiteral("moved/Blog.qfsite"));
-        break;
-    case Change::SiteFolderCopied:
-        touch(m_dir->filePath(QStringLiteral("copy/Blog.qfsite")));
-        touch(m_dir->filePath(QStringLiteral("copy/media/episode 1.mp3")));
-        documentNow = m_dir->filePath(QStringLiteral("copy/Blog.qfsite"));
-        break;
-    case Change::DocumentMovedAlone:
-        QVERIFY(QFile::rename(m_document, m_dir->filePath(QStringLiteral("elsewhere.qfsite"))));
-        documentNow = m_dir->filePath(QStringLiteral("elsewhere.qfsite"));
-        break;
-    case Change::FileDeleted:
-        QVERIFY(QDir().rename(m_site, m_dir->filePath(QStringLiteral("moved"))));
-        QVERIFY(QFile::remove(m_dir->filePath(QStringLiteral("moved/media/episode 1.mp3"))));
-        documentNow = m_dir->filePath(QStringLiteral("moved/Blog.qfsite"));
-        break;
-    case Change::NoDocumentPath:
-        documentNow.clear();
-        break;
-    }
-    QCOMPARE(reference.resolveRelativeTo(documentNow), m_dir->filePath(expected));
+    const QString document = change(QDir(m_dir->path()));
+    QCOMPARE(reference.resolveRelativeTo(document.isEmpty() ? QString() : m_dir->filePath(document)),
+             m_dir->filePath(expected));
 }
 
 void tst_QFFileReference::propertyList_data()
@@ -152,7 +134,7 @@ void tst_QFFileReference::archives()
     QFArchiver archiver;
     archiver.encodeObject(QVariantMap{{QStringLiteral("podcastReference"), QFCodingSupport::variantFromObject(reference)}});
     archiver.encodeObject(QVariant(QStringLiteral("after")));
-    QVERIFY(QDir().rename(m_site, m_dir->filePath(QStringLiteral("moved"))));
+    QVERIFY(QDir(m_dir->path()).rename(QStringLiteral("site"), QStringLiteral("moved")));
 
     QFUnarchiver unarchiver(archiver.data());
     const QVariantMap post = unarchiver.decodeObject().toMap();

@@ -11,10 +11,7 @@ class tst_QFLog : public QObject
     Q_OBJECT
 
 private slots:
-    void init();
-    void cleanup();
-    void captureCollectsLines();
-    void nestedCaptures();
+    void capturesNestAndOtherCategoriesPassThrough();
 
 private:
     static void recordingHandler(QtMsgType, const QMessageLogContext &, const QString &message)
@@ -22,50 +19,32 @@ private:
         s_passedThrough.append(message);
     }
     static QStringList s_passedThrough;
-    QtMessageHandler m_saved = nullptr;
 };
 
 QStringList tst_QFLog::s_passedThrough;
 
-void tst_QFLog::init()
+void tst_QFLog::capturesNestAndOtherCategoriesPassThrough()
 {
-    s_passedThrough.clear();
-    m_saved = qInstallMessageHandler(&tst_QFLog::recordingHandler);
-}
-
-void tst_QFLog::cleanup()
-{
-    qInstallMessageHandler(m_saved);
-}
-
-void tst_QFLog::captureCollectsLines()
-{
+    const QtMessageHandler saved = qInstallMessageHandler(&tst_QFLog::recordingHandler);
     qfLog(QStringLiteral("before the capture"));
     {
-        QFLogCapture capture;
+        QFLogCapture outer;
         qfLog(QStringLiteral("Dictionary has incorrect type for key %@"));
-        qCWarning(lcOther) << "not ours";
-        QCOMPARE(capture.lines(), QStringList{QStringLiteral("Dictionary has incorrect type for key %@")});
-        QVERIFY(capture.contains(QStringLiteral("incorrect type")));
+        {
+            QFLogCapture inner;
+            qfLog(QStringLiteral("two"));
+            qCWarning(lcOther) << "not ours";
+            QCOMPARE(inner.lines(), QStringList{QStringLiteral("two")});
+        }
+        qfLog(QStringLiteral("three"));
+        QCOMPARE(outer.lines(), (QStringList{QStringLiteral("Dictionary has incorrect type for key %@"),
+                                             QStringLiteral("two"), QStringLiteral("three")}));
+        QVERIFY(outer.contains(QStringLiteral("incorrect type")));
     }
     qfLog(QStringLiteral("after the capture"));
+    qInstallMessageHandler(saved);
     QCOMPARE(s_passedThrough, (QStringList{QStringLiteral("before the capture"), QStringLiteral("not ours"),
                                            QStringLiteral("after the capture")}));
-}
-
-void tst_QFLog::nestedCaptures()
-{
-    QFLogCapture outer;
-    qfLog(QStringLiteral("one"));
-    {
-        QFLogCapture inner;
-        qfLog(QStringLiteral("two"));
-        qCWarning(lcOther) << "not ours";
-        QCOMPARE(inner.lines(), QStringList{QStringLiteral("two")});
-    }
-    qfLog(QStringLiteral("three"));
-    QCOMPARE(outer.lines(), (QStringList{QStringLiteral("one"), QStringLiteral("two"), QStringLiteral("three")}));
-    QCOMPARE(s_passedThrough, QStringList{QStringLiteral("not ours")});
 }
 
 QTEST_GUILESS_MAIN(tst_QFLog)
