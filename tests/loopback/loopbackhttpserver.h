@@ -6,9 +6,8 @@
 #include <QMutex>
 #include <QString>
 #include <QThread>
-#include <memory>
 
-class LoopbackHttpWorker;
+class QTcpSocket;
 
 // A tiny HTTP/1.1 server on 127.0.0.1 for tests of code that sends requests
 // synchronously: it runs on a thread of its own, so the test's thread may
@@ -46,14 +45,13 @@ public:
     int requestCount(const QByteArray &path) const;
 
 private:
-    friend class LoopbackHttpWorker;
-    void record(const Request &request);
-    Reply replyFor(const QByteArray &path) const;
+    // Answers what has arrived on a connection once the whole request is in.
+    void serve(QTcpSocket *socket, QByteArray &buffer);
 
     mutable QMutex m_mutex;
     QHash<QByteArray, Reply> m_replies;
     QList<Request> m_requests;
     QThread m_thread;
-    LoopbackHttpWorker *m_worker = nullptr;
+    QObject *m_context = nullptr; // lives on m_thread, owns the listener and the connections
     quint16 m_port = 0;
 };
