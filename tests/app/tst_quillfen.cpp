@@ -1,15 +1,8 @@
 #include "quillfenrun.h"
 
-#include <QFile>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <QtTest>
 
-using Run = QuillfenRun;
-
+// The quillfen command line and the blog's commands, run as a user runs them.
 class tst_Quillfen : public QObject
 {
     Q_OBJECT
@@ -24,91 +17,138 @@ private slots:
     void categoryRemovalMergesOrDrops_data();
     void categoryRemovalMergesOrDrops();
     void removalNeedsConfirmation();
+    void postsFromJsonLines();
+    void movableTypeEntriesLandWithMappedCategories();
+    void movableTypeFilesNeedConvert_data();
+    void movableTypeFilesNeedConvert();
 
 private:
-    Run quillfen(QStringList arguments) const;
-    QJsonArray postsJson() const;
-
-    std::unique_ptr<QTemporaryDir> m_dir;
-    QString m_site;
+    std::unique_ptr<QuillfenFolder> m_f;
 };
 
-Run tst_Quillfen::quillfen(QStringList arguments) const
-{
-    for (QString &argument : arguments)
-        argument.replace(QLatin1String("SITE"), m_site);
-    return runQuillfen(arguments, m_dir->path());
-}
+namespace {
 
-QJsonArray tst_Quillfen::postsJson() const
-{
-    const Run run = quillfen({QStringLiteral("post"), QStringLiteral("list"), QStringLiteral("SITE"), QStringLiteral("--json")});
-    return QJsonDocument::fromJson(run.out.toUtf8()).array();
-}
+const QByteArray kTwoEntries = "TITLE: Ferries\nSTATUS: Publish\nDATE: 03/14/2026 09:30:00 AM\nCATEGORY: Trips\n"
+                               "CATEGORY: Misc\n-----\nBODY:\nFog.\n-----\n--------\n"
+                               "TITLE: Stew\nSTATUS: Draft\nDATE: 03/15/2026 20:00:00\nCATEGORY: Cooking\n-----\n"
+                               "BODY:\nHot.\n-----\nEXTENDED BODY:\nVery hot.\n-----\n--------\n";
+
+} // namespace
 
 void tst_Quillfen::init()
 {
-    m_dir = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_dir->isValid());
-    m_site = m_dir->filePath(QStringLiteral("site.qfsite"));
-    const Run made = quillfen({QStringLiteral("new"), m_site, QStringLiteral("--title"), QStringLiteral("Notes")});
-    QVERIFY2(made.code == 0, qPrintable(made.err));
-    QFile foreign(m_dir->filePath(QStringLiteral("foreign.qfsite")));
-    QVERIFY(foreign.open(QIODevice::WriteOnly));
-    foreign.write("<html><body>not a site</body></html>\n");
+    m_f = std::make_unique<QuillfenFolder>();
+    QVERIFY(m_f->dir.isValid());
+    QF_VERIFY_RUN(m_f->run("new|SITE|--title|Notes"));
+    QVERIFY(!m_f->write("foreign.qfsite", "<html><body>not a site</body></html>\n").isEmpty());
+    QVERIFY(!m_f->write("export.txt", kTwoEntries).isEmpty());
+    // Posts files whose second line is bad: the first is not added either.
+    const QByteArray fine = R"({"title": "Fine", "categories": ["New"]})" "\n";
+    QVERIFY(!m_f->write("bad.jsonl", fine + R"({"title": "b",)" "\n").isEmpty());
+    QVERIFY(!m_f->write("gone.jsonl", fine + R"({"title": "b", "podcast": "gone.mp3"})" "\n").isEmpty());
 }
 
+// Whatever a command is told, it exits 0, 1 having failed (one line naming
+// the command and what failed) or 2 for wrong usage (pointing to the help).
+// Nothing but the help and the queries writes anything, and the folder and the
+// site are left as they were.
 void tst_Quillfen::commandLines_data()
 {
-    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("line");
     QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("out");
-    QTest::addColumn<QString>("err");
+    QTest::addColumn<QString>("message"); // in the output on success, else in the errors
 
-    const auto args = [](const char *line) { return QString::fromUtf8(line).split(QLatin1Char(' ')); };
-
-    QTest::newRow("help lists plugin commands") << args("--help") << 0 << "post add" << "";
-    QTest::newRow("command help") << args("post --help") << 0 << "--body-file" << "";
-    QTest::newRow("no command") << QStringList() << 2 << "" << "Usage:";
-    QTest::newRow("unknown command") << args("frobnicate SITE") << 2 << "" << "unknown command 'frobnicate'";
-    QTest::newRow("unknown option") << args("info SITE --colour") << 2 << "" << "unknown option '--colour'";
-    QTest::newRow("missing argument") << args("get") << 2 << "" << "missing arguments";
-    QTest::newRow("extra argument") << args("info SITE more") << 2 << "" << "unexpected argument 'more'";
-    QTest::newRow("option without its value") << args("post add SITE --title") << 2 << "" << "needs a value";
-    QTest::newRow("post without title") << args("post add SITE") << 2 << "" << "--title";
-    QTest::newRow("date not ISO 8601") << args("post add SITE --title T --date 5/1/2024") << 2 << "" << "ISO 8601";
-    QTest::newRow("post ID not a number") << args("post show SITE first") << 2 << "" << "not a post ID";
-    QTest::newRow("unknown key") << args("get SITE enableTelepathy") << 1 << "" << "enableTelepathy";
-    QTest::newRow("state is no setting") << args("set SITE pluginIsInitialising true") << 1 << "" << "Unknown Key";
-    QTest::newRow("bool of wrong type") << args("set SITE enableRSS maybe") << 1 << "" << "not true or false";
-    QTest::newRow("list given an object") << args("set SITE pingSettings {}") << 1 << "" << "JSON array";
-    QTest::newRow("broken JSON") << args("set SITE sidebarControl [1,") << 1 << "" << "JSON";
-    QTest::newRow("site key of wrong type") << args("site SITE commonFileConsolidationMode all") << 1 << "" << "whole number";
-    QTest::newRow("missing file") << args("info nowhere.qfsite") << 1 << "" << "nowhere.qfsite";
-    QTest::newRow("foreign file") << args("post list foreign.qfsite") << 1 << "" << "foreign.qfsite";
-    QTest::newRow("new never overwrites") << args("new SITE") << 1 << "" << "already exists";
-    QTest::newRow("unknown page") << args("get SITE enableRSS --page Diary") << 1 << "" << "Diary";
-    QTest::newRow("unknown post") << args("post show SITE 99") << 1 << "" << "no post with the ID 99";
-    QTest::newRow("unknown category") << args("category rename SITE Poetry Verse") << 1 << "" << "Poetry";
-    QTest::newRow("none category stays") << args("category remove SITE None") << 1 << "" << "cannot be removed";
-    QTest::newRow("rename onto another ignoring case") << args("category rename SITE General work") << 1 << ""
+    QTest::newRow("help lists plugin commands") << "--help" << 0 << "post add";
+    QTest::newRow("command help") << "post --help" << 0 << "--body-file";
+    QTest::newRow("info names the pages") << "info SITE" << 0 << "(Blog)";
+    QTest::newRow("page chosen by file name") << "get SITE enableRSS --page blog" << 0 << "";
+    QTest::newRow("no command") << "" << 2 << "Usage:";
+    QTest::newRow("unknown command") << "frobnicate SITE" << 2 << "unknown command 'frobnicate'";
+    QTest::newRow("unknown option") << "info SITE --colour" << 2 << "unknown option '--colour'";
+    QTest::newRow("missing argument") << "get" << 2 << "missing arguments";
+    QTest::newRow("extra argument") << "info SITE more" << 2 << "unexpected argument 'more'";
+    QTest::newRow("option without its value") << "post add SITE --title" << 2 << "needs a value";
+    QTest::newRow("post without title") << "post add SITE" << 2 << "--title";
+    QTest::newRow("date not ISO 8601") << "post add SITE --title T --date 5/1/2024" << 2 << "ISO 8601";
+    QTest::newRow("post ID not a number") << "post show SITE first" << 2 << "not a post ID";
+    QTest::newRow("missing file") << "info nowhere.qfsite" << 1 << "nowhere.qfsite";
+    QTest::newRow("foreign file") << "post list foreign.qfsite" << 1 << "foreign.qfsite";
+    QTest::newRow("new never overwrites") << "new SITE" << 1 << "already exists";
+    QTest::newRow("unknown key") << "get SITE enableTelepathy" << 1 << "enableTelepathy";
+    QTest::newRow("state is no setting") << "set SITE pluginIsInitialising true" << 1 << "Unknown Key";
+    QTest::newRow("bool of wrong type") << "set SITE enableRSS maybe" << 1 << "not true or false";
+    QTest::newRow("list given an object") << "set SITE pingSettings {}" << 1 << "JSON array";
+    QTest::newRow("broken JSON") << "set SITE sidebarControl [1," << 1 << "JSON";
+    QTest::newRow("site key of wrong type") << "site SITE commonFileConsolidationMode all" << 1 << "whole number";
+    QTest::newRow("unknown page") << "get SITE enableRSS --page Diary" << 1 << "Diary";
+    QTest::newRow("unknown post") << "post show SITE 99" << 1 << "no post with the ID 99";
+    QTest::newRow("unknown category") << "category rename SITE Poetry Verse" << 1 << "Poetry";
+    QTest::newRow("none category stays") << "category remove SITE None" << 1 << "cannot be removed";
+    QTest::newRow("rename onto another ignoring case") << "category rename SITE General work" << 1
                                                        << "already has a category";
-    QTest::newRow("add a name in use ignoring case") << args("category add SITE TRAVEL") << 1 << "" << "Travel";
-    QTest::newRow("info names the pages") << args("info SITE") << 0 << "(Blog)" << "";
-    QTest::newRow("page chosen by file name") << args("get SITE enableRSS --page blog") << 0 << "" << "";
+    QTest::newRow("add a name in use ignoring case") << "category add SITE TRAVEL" << 1 << "Travel";
+    QTest::newRow("post --jsonl with other options") << "post add SITE --jsonl DIR/export.txt --draft" << 2 << "--draft";
+    QTest::newRow("post --jsonl, missing file") << "post add SITE --jsonl DIR/none.jsonl" << 1 << "none.jsonl";
+    QTest::newRow("post --jsonl, bad line") << "post add SITE --jsonl DIR/bad.jsonl" << 1 << "bad.jsonl:2: not valid JSON";
+    QTest::newRow("post --jsonl, missing podcast") << "post add SITE --jsonl DIR/gone.jsonl" << 1
+                                                   << "gone.jsonl:2: the podcast file 'gone.mp3' does not exist";
+    QTest::newRow("import-mt, one argument") << "import-mt SITE" << 2 << "missing arguments";
+    QTest::newRow("import-mt, missing file") << "import-mt SITE DIR/none.txt" << 1 << "none.txt";
+    QTest::newRow("import-mt, no entries") << "import-mt SITE DIR/foreign.qfsite" << 1 << "No entry could be read from";
+    QTest::newRow("map to an unknown blog category") << "import-mt SITE DIR/export.txt --map Trips=Voyages" << 2
+                                                     << "the blog category \u201cVoyages\u201d";
+    QTest::newRow("map a category not in the file") << "import-mt SITE DIR/export.txt --map Trip=General" << 2
+                                                    << "the Movable Type category \u201cTrip\u201d";
+    QTest::newRow("map without =") << "import-mt SITE DIR/export.txt --map Trips" << 2 << "is not of the form";
+    QTest::newRow("export, unknown option") << "export SITE DIR/www --zip" << 2 << "unknown option '--zip'";
+    QTest::newRow("export, missing site") << "export DIR/nowhere.qfsite DIR/www" << 1 << "nowhere.qfsite";
+    QTest::newRow("export, output below a file") << "export SITE DIR/site.qfsite/www" << 1 << "Export Failed";
+    QTest::newRow("export, output is a file") << "export SITE SITE" << 1 << "is a file, not a folder";
+    QTest::newRow("export, output holds the site") << "export SITE DIR" << 1 << "holds the site document";
+    QTest::newRow("links, unknown option") << "links SITE --xml" << 2 << "unknown option '--xml'";
+    QTest::newRow("links, missing site") << "links DIR/nowhere.qfsite" << 1 << "nowhere.qfsite";
+    QTest::newRow("page, no action") << "page" << 2 << "say export or import";
+    QTest::newRow("page, unknown action") << "page copy SITE" << 2 << "unknown action";
+    QTest::newRow("page export without output") << "page export SITE blog" << 2 << "";
+    QTest::newRow("page export with import's option") << "page export SITE blog DIR/x.qfpage --name x" << 2
+                                                      << "belong to import";
+    QTest::newRow("page export, no such page") << "page export SITE journal DIR/x.qfpage" << 1
+                                               << "has no page \u201cjournal\u201d";
+    QTest::newRow("page export over the site") << "page export SITE blog SITE" << 1 << "written over the site";
+    QTest::newRow("page export, missing site") << "page export DIR/none.qfsite blog DIR/x.qfpage" << 1 << "none.qfsite";
+    QTest::newRow("page import, missing package") << "page import SITE DIR/none.qfpage" << 1 << "none.qfpage";
+    QTest::newRow("publish, one argument") << "publish SITE" << 2 << "missing arguments";
+    QTest::newRow("publish, missing site") << "publish DIR/none.qfsite DIR/www" << 1 << "none.qfsite";
+    QTest::newRow("ping, no site") << "ping" << 2 << "missing arguments";
+    QTest::newRow("ping, missing site") << "ping DIR/none.qfsite" << 1 << "none.qfsite";
+    QTest::newRow("serve, port no number") << "serve SITE --port many" << 2 << "--port needs a port number";
+    QTest::newRow("serve, missing site") << "serve DIR/none.qfsite --port 0" << 1 << "none.qfsite";
 }
 
 void tst_Quillfen::commandLines()
 {
-    QFETCH(QStringList, arguments);
+    QFETCH(QString, line);
     QFETCH(int, code);
-    QFETCH(QString, out);
-    QFETCH(QString, err);
+    QFETCH(QString, message);
 
-    const Run run = quillfen(arguments);
+    const QByteArray site = m_f->read(m_f->site);
+    const QStringList names = m_f->names();
+    const QuillfenRun run = m_f->run(line);
     QVERIFY2(run.code == code, qPrintable(QStringLiteral("exit %1\n%2").arg(run.code).arg(run.err)));
-    QVERIFY2(run.out.contains(out), qPrintable(run.out));
-    QVERIFY2(run.err.contains(err), qPrintable(run.err));
+    QVERIFY2((code ? run.err : run.out).contains(message), qPrintable(run.out + run.err));
+    if (code == 0)
+        QVERIFY2(run.err.isEmpty(), qPrintable(run.err));
+    else
+        QVERIFY2(run.out.isEmpty(), qPrintable(run.out));
+    if (code == 1) {
+        const QString command = line.section(u' ', 0, 0);
+        QVERIFY2(run.err.startsWith(QStringLiteral("quillfen %1: ").arg(command)), qPrintable(run.err));
+        QCOMPARE(run.err.count(u'\n'), 1);
+    }
+    if (code == 2)
+        QVERIFY2(run.err.contains(QLatin1String("--help")), qPrintable(run.err));
+    QCOMPARE(m_f->read(m_f->site), site);
+    QCOMPARE(m_f->names(), names);
 }
 
 void tst_Quillfen::settingRoundTrip_data()
@@ -126,8 +166,6 @@ void tst_Quillfen::settingRoundTrip_data()
                                   << R"([{"name":"example","rpc":true,"url":"http://ping.example/"}])";
     QTest::newRow("comment accounts") << "get" << "commentsUserIdentifiers" << R"({"disqus":"evening"})"
                                       << R"({"disqus":"evening"})";
-    QTest::newRow("comment service") << "get" << "commentsSelectedProviderTag" << "3" << "3";
-    QTest::newRow("sidebar sections") << "get" << "sidebarControl" << R"([{"name":"Tags"}])" << R"([{"name":"Tags"}])";
     QTest::newRow("site title") << "site" << "siteTitle" << "Field Notes" << "Field Notes";
 }
 
@@ -138,118 +176,146 @@ void tst_Quillfen::settingRoundTrip()
     QFETCH(QString, value);
     QFETCH(QString, shown);
 
-    const QString set = command == QLatin1String("get") ? QStringLiteral("set") : command;
-    const Run changed = quillfen({set, QStringLiteral("SITE"), key, value});
-    QVERIFY2(changed.code == 0, qPrintable(changed.err));
-    const Run read = quillfen({command, QStringLiteral("SITE"), key});
+    QF_VERIFY_RUN(m_f->run({command == QLatin1String("get") ? QStringLiteral("set") : command, "SITE", key, value}));
+    const QuillfenRun read = m_f->run({command, "SITE", key});
     QCOMPARE(read.code, 0);
-    QCOMPARE(read.out, shown + QLatin1Char('\n'));
+    QCOMPARE(read.out, shown + u'\n');
 }
 
 void tst_Quillfen::postsSurviveReopening()
 {
-    QFile body(m_dir->filePath(QStringLiteral("body.md")));
-    QVERIFY(body.open(QIODevice::WriteOnly));
-    body.write("# Walking\n\nThe *long* way round.\n");
-    body.close();
-
-    Run run = quillfen({QStringLiteral("post"), QStringLiteral("add"), QStringLiteral("SITE"), QStringLiteral("--title"),
-                        QStringLiteral("Autumn walk"), QStringLiteral("--date"), QStringLiteral("2024-10-05T14:30:00"),
-                        QStringLiteral("--category"), QStringLiteral("Travel"), QStringLiteral("--category"),
-                        QStringLiteral("Hiking"), QStringLiteral("--tag"), QStringLiteral("leaves"),
-                        QStringLiteral("--markdown"), QStringLiteral("--body-file"), body.fileName()});
-    QVERIFY2(run.code == 0, qPrintable(run.err));
-    run = quillfen({QStringLiteral("post"), QStringLiteral("add"), QStringLiteral("SITE"), QStringLiteral("--title"),
-                    QStringLiteral("Draft thoughts"), QStringLiteral("--draft"), QStringLiteral("--tag"),
-                    QStringLiteral("LEAVES"), QStringLiteral("--date"), QStringLiteral("2024-11-01T08:00:00Z")});
-    QVERIFY2(run.code == 0, qPrintable(run.err));
-
-    const QJsonArray posts = postsJson();
-    QCOMPARE(posts.size(), 2);
-    const QJsonObject draft = posts.at(0).toObject(); // newest first
-    const QJsonObject walk = posts.at(1).toObject();
-    QCOMPARE(walk.value(QStringLiteral("title")).toString(), QStringLiteral("Autumn walk"));
-    QCOMPARE(walk.value(QStringLiteral("date")).toString(), QStringLiteral("2024-10-05T14:30:00+02:00"));
-    QCOMPARE(walk.value(QStringLiteral("draft")).toBool(), false);
-    QCOMPARE(walk.value(QStringLiteral("categories")).toArray(),
-             QJsonArray({QStringLiteral("Travel"), QStringLiteral("Hiking")}));
-    QCOMPARE(walk.value(QStringLiteral("guid")).toString().size(), 32);
-    QCOMPARE(draft.value(QStringLiteral("draft")).toBool(), true);
-    QCOMPARE(draft.value(QStringLiteral("date")).toString(), QStringLiteral("2024-11-01T09:00:00+01:00"));
-    QCOMPARE(draft.value(QStringLiteral("tags")).toArray(), QJsonArray({QStringLiteral("leaves")}));
-
-    const int walkID = walk.value(QStringLiteral("id")).toInt();
-    run = quillfen({QStringLiteral("post"), QStringLiteral("show"), QStringLiteral("SITE"), QString::number(walkID),
-                    QStringLiteral("--json")});
-    QCOMPARE(run.code, 0);
-    QCOMPARE(QJsonDocument::fromJson(run.out.toUtf8()).object().value(QStringLiteral("body")).toString(),
+    m_f->write("body.md", "# Walking\n\nThe *long* way round.\n");
+    QF_VERIFY_RUN(m_f->run("post|add|SITE|--title|Autumn walk|--date|2024-10-05T14:30:00|--category|Travel|"
+                           "--category|Hiking|--tag|leaves|--markdown|--body-file|DIR/body.md"));
+    QF_VERIFY_RUN(m_f->run("post add SITE --title Thoughts --draft --tag LEAVES --date 2024-11-01T08:00:00Z"));
+    QCOMPARE(m_f->listedPosts(),
+             QStringList({R"({"categories":[],"date":"2024-11-01T09:00:00+01:00","draft":true,"tags":["leaves"],"title":"Thoughts"})",
+                          R"({"categories":["Travel","Hiking"],"date":"2024-10-05T14:30:00+02:00","draft":false,"tags":["leaves"],"title":"Autumn walk"})"}));
+    const QJsonObject walk = m_f->posts().at(1).toObject();
+    QCOMPARE(walk.value("guid").toString().size(), 32);
+    const QString walkID = QString::number(walk.value("id").toInt());
+    QCOMPARE(m_f->run({"post", "show", "SITE", walkID, "--json"}).json().object().value("body").toString(),
              QStringLiteral("# Walking\n\nThe *long* way round.\n"));
 
-    run = quillfen({QStringLiteral("post"), QStringLiteral("edit"), QStringLiteral("SITE"), QString::number(walkID),
-                    QStringLiteral("--title"), QStringLiteral("Autumn walk, revised"), QStringLiteral("--draft")});
-    QVERIFY2(run.code == 0, qPrintable(run.err));
-    run = quillfen({QStringLiteral("search"), QStringLiteral("SITE"), QStringLiteral("REVISED"), QStringLiteral("--json")});
-    QCOMPARE(run.code, 0);
-    const QJsonArray found = QJsonDocument::fromJson(run.out.toUtf8()).array();
+    QF_VERIFY_RUN(m_f->run({"post", "edit", "SITE", walkID, "--title", "Autumn walk, revised", "--draft"}));
+    const QJsonArray found = m_f->run("search SITE REVISED --json").json().array();
     QCOMPARE(found.size(), 1);
-    QCOMPARE(found.at(0).toObject().value(QStringLiteral("id")).toInt(), walkID);
-    QCOMPARE(found.at(0).toObject().value(QStringLiteral("draft")).toBool(), true);
-    run = quillfen({QStringLiteral("category"), QStringLiteral("list"), QStringLiteral("SITE"), QStringLiteral("--json")});
-    int hiking = 0;
-    for (const QJsonValue &category : QJsonDocument::fromJson(run.out.toUtf8()).array())
-        hiking += category.toObject().value(QStringLiteral("name")).toString() == QLatin1String("Hiking");
-    QCOMPARE(hiking, 1);
+    QCOMPARE(QString::number(found.at(0).toObject().value("id").toInt()), walkID);
+    QCOMPARE(found.at(0).toObject().value("draft").toBool(), true);
+    QCOMPARE(m_f->run("category list SITE").out.count(QLatin1String("\tHiking\n")), 1);
 }
 
 void tst_Quillfen::categoryRemovalMergesOrDrops_data()
 {
     QTest::addColumn<QString>("option");
     QTest::addColumn<int>("code");
-    QTest::addColumn<QStringList>("categoriesAfter");
+    QTest::addColumn<QString>("categoriesAfter");
 
-    QTest::newRow("used category needs a decision") << "" << 1 << QStringList{QStringLiteral("Ideas")};
-    QTest::newRow("merge into another") << "--merge-into=work" << 0 << QStringList{QStringLiteral("Work")};
-    QTest::newRow("drop from its posts") << "--drop" << 0 << QStringList();
+    QTest::newRow("used category needs a decision") << "" << 1 << R"(["Ideas"])";
+    QTest::newRow("merge into another") << "--merge-into=work" << 0 << R"(["Work"])";
+    QTest::newRow("drop from its posts") << "--drop" << 0 << "[]";
 }
 
 void tst_Quillfen::categoryRemovalMergesOrDrops()
 {
     QFETCH(QString, option);
     QFETCH(int, code);
-    QFETCH(QStringList, categoriesAfter);
+    QFETCH(QString, categoriesAfter);
 
-    Run run = quillfen({QStringLiteral("post"), QStringLiteral("add"), QStringLiteral("SITE"), QStringLiteral("--title"),
-                        QStringLiteral("Plan"), QStringLiteral("--category"), QStringLiteral("Ideas")});
-    QVERIFY2(run.code == 0, qPrintable(run.err));
-    QStringList arguments{QStringLiteral("category"), QStringLiteral("remove"), QStringLiteral("SITE"), QStringLiteral("ideas")};
-    if (!option.isEmpty())
-        arguments.append(option);
-    run = quillfen(arguments);
-    QVERIFY2(run.code == code, qPrintable(run.err));
-
-    QStringList names;
-    for (const QJsonValue &name : postsJson().at(0).toObject().value(QStringLiteral("categories")).toArray())
-        names.append(name.toString());
-    QCOMPARE(names, categoriesAfter);
-    run = quillfen({QStringLiteral("category"), QStringLiteral("list"), QStringLiteral("SITE")});
-    QCOMPARE(run.out.contains(QLatin1String("\tIdeas\n")), code != 0);
+    QF_VERIFY_RUN(m_f->run("post add SITE --title Plan --category Ideas"));
+    QCOMPARE(m_f->run((QStringLiteral("category remove SITE ideas ") + option).trimmed()).code, code);
+    QCOMPARE(QJsonDocument(m_f->posts().at(0).toObject().value("categories").toArray()).toJson(QJsonDocument::Compact),
+             categoriesAfter.toUtf8());
+    QCOMPARE(m_f->run("category list SITE").out.contains(QLatin1String("\tIdeas\n")), code != 0);
 }
 
 void tst_Quillfen::removalNeedsConfirmation()
 {
-    Run run = quillfen({QStringLiteral("post"), QStringLiteral("add"), QStringLiteral("SITE"), QStringLiteral("--title"),
-                        QStringLiteral("Short-lived")});
-    QVERIFY2(run.code == 0, qPrintable(run.err));
-    const QString id = run.out.trimmed();
+    const QString id = m_f->run("post add SITE --title Brief").out.trimmed();
+    const QuillfenRun refused = m_f->run({"post", "remove", "SITE", id});
+    QCOMPARE(refused.code, 1);
+    QVERIFY2(refused.err.contains(QLatin1String("--yes")), qPrintable(refused.err));
+    QCOMPARE(m_f->posts().size(), 1);
+    QF_VERIFY_RUN(m_f->run({"post", "remove", "SITE", id, "--yes"}));
+    QCOMPARE(m_f->posts().size(), 0);
+}
 
-    run = quillfen({QStringLiteral("post"), QStringLiteral("remove"), QStringLiteral("SITE"), id});
-    QCOMPARE(run.code, 1);
-    QVERIFY2(run.err.contains(QLatin1String("--yes")), qPrintable(run.err));
-    QCOMPARE(postsJson().size(), 1);
-
-    run = quillfen({QStringLiteral("post"), QStringLiteral("remove"), QStringLiteral("SITE"), id, QStringLiteral("--yes")});
+void tst_Quillfen::postsFromJsonLines()
+{
+    QVERIFY(QDir(m_f->dir.path()).mkdir(QStringLiteral("media")));
+    m_f->write("media/episode.mp3", "ID3");
+    m_f->write("media/posts.jsonl",
+               R"({"title": "Harbour days", "date": "2026-03-14T09:30:00", "categories": ["Travel", "Food"], "tags": ["sea"], "podcast": "episode.mp3"})"
+               "\n"
+               R"({"title": "Stew", "date": "2026-03-15T08:00:00Z", "draft": true, "categories": ["food"], "tags": ["SEA", "winter"], "format": "markdown", "body": "# Stew\n\n*hot*"})"
+               "\n");
+    const QuillfenRun run = m_f->run("post add SITE --jsonl DIR/media/posts.jsonl");
     QVERIFY2(run.code == 0, qPrintable(run.err));
-    QCOMPARE(postsJson().size(), 0);
+    const QStringList ids = run.out.split(u'\n', Qt::SkipEmptyParts);
+    QCOMPARE(ids.size(), 2);
+    // The podcast is found beside the file; names match the blog's ignoring case.
+    QCOMPARE(m_f->listedPosts(),
+             QStringList({R"({"categories":["Food"],"date":"2026-03-15T09:00:00+01:00","draft":true,"tags":["sea","winter"],"title":"Stew"})",
+                          QStringLiteral(R"({"categories":["Travel","Food"],"date":"2026-03-14T09:30:00+01:00","draft":false,"podcast":"%1","tags":["sea"],"title":"Harbour days"})")
+                              .arg(m_f->path("media/episode.mp3"))}));
+    QCOMPARE(m_f->posts().at(1).toObject().value("id").toInt(), ids.at(0).toInt());
+    QCOMPARE(m_f->run({"post", "show", "SITE", ids.at(1), "--json"}).json().object().value("body").toString(),
+             QStringLiteral("# Stew\n\n*hot*"));
+
+    QF_VERIFY_RUN(m_f->run("post add SITE --jsonl -", R"({"title": "Piped"})" "\n"));
+    QCOMPARE(m_f->posts().at(0).toObject().value("title").toString(), QStringLiteral("Piped"));
+}
+
+void tst_Quillfen::movableTypeEntriesLandWithMappedCategories()
+{
+    QF_VERIFY_RUN(m_f->run("category add SITE Food"));
+    const QuillfenRun run = m_f->run("import-mt SITE DIR/export.txt --map Cooking=food");
+    QVERIFY2(run.code == 0, qPrintable(run.err));
+    QVERIFY2(run.out.contains(QStringLiteral("Found 2 entries")), qPrintable(run.out));
+    QVERIFY2(run.out.contains(QStringLiteral("  Trips -> None\n  Misc -> None\n  Cooking -> Food\n")), qPrintable(run.out));
+    QVERIFY(run.err.isEmpty());
+    QCOMPARE(m_f->listedPosts(),
+             QStringList({R"({"categories":["Food"],"date":"2026-03-15T20:00:00+01:00","draft":true,"tags":[],"title":"Stew"})",
+                          R"({"categories":[],"date":"2026-03-14T09:30:00+01:00","draft":false,"tags":[],"title":"Ferries"})"}));
+    const QString stew = QString::number(m_f->posts().at(0).toObject().value("id").toInt());
+    const QJsonObject full = m_f->run({"post", "show", "SITE", stew, "--json"}).json().object();
+    QCOMPARE(full.value("summary").toString(), QStringLiteral("Hot."));
+    QCOMPARE(full.value("body").toString(), QStringLiteral("Very hot."));
+}
+
+void tst_Quillfen::movableTypeFilesNeedConvert_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("refusal");
+    QTest::addColumn<QString>("title");
+
+    QByteArray windows = kTwoEntries;
+    windows.replace("Ferries", "F\xE4hren");
+    QByteArray crlf = kTwoEntries;
+    crlf.replace("\n", "\r\n");
+    QTest::newRow("Windows-1252") << windows << "is not UTF-8 text" << QStringLiteral("F\u00e4hren");
+    QTest::newRow("CR LF") << crlf << "CR LF (or CR) line ends" << QStringLiteral("Ferries");
+    QTest::newRow("byte order mark") << QByteArray("\xEF\xBB\xBF") + kTwoEntries << "byte order mark" << "Ferries";
+}
+
+void tst_Quillfen::movableTypeFilesNeedConvert()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, refusal);
+    QFETCH(QString, title);
+
+    m_f->write("export.txt", bytes);
+    const QByteArray before = m_f->read(m_f->site);
+    const QuillfenRun refused = m_f->run("import-mt SITE DIR/export.txt");
+    QCOMPARE(refused.code, 1);
+    for (const QString &part : {refusal, QStringLiteral("--convert"), QStringLiteral("export.txt")})
+        QVERIFY2(refused.err.contains(part), qPrintable(refused.err));
+    QCOMPARE(m_f->read(m_f->site), before);
+
+    QF_VERIFY_RUN(m_f->run("import-mt SITE DIR/export.txt --convert"));
+    const QJsonObject first = m_f->posts().at(1).toObject();
+    QCOMPARE(first.value("title").toString(), title);
+    QCOMPARE(first.value("date").toString(), QStringLiteral("2026-03-14T09:30:00+01:00"));
 }
 
 QTEST_GUILESS_MAIN(tst_Quillfen)
