@@ -10,6 +10,7 @@ packages=(
   qt6-httpserver-dev qt6-websockets-dev
   libplist-dev libsqlite3-dev libcurl4-openssl-dev libxml2-dev libzip-dev libcmark-dev libssl-dev
   clang libclang-rt-14-dev
+  tzdata
 )
 
 missing=()

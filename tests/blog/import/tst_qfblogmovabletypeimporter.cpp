@@ -357,7 +357,10 @@ void tst_QFBlogMovableTypeImporter::realExports()
     QFETCH(QString, post);
     QFETCH(bool, hasSummary);
 
-    const QString path = QStringLiteral(QF_CORPORA_DIR "/movable-type/") + file;
+    const QString folder = QStringLiteral(QF_CORPORA_DIR "/movable-type");
+    if (!QFileInfo(folder).isDir())
+        QSKIP(qPrintable(QStringLiteral("the shared corpora are not here (%1)").arg(folder)));
+    const QString path = folder + QLatin1Char('/') + file;
     std::unique_ptr<QFBlogMovableTypeImporter> importer;
     if (convert) {
         QFile in(path);
