@@ -401,7 +401,7 @@ void tst_QFSiteExporter::replacesOnlyMissingEmptyOrExportedFolders_data()
     QTest::addColumn<QStringList>("kept"); // files of the user's that stay as they were
 
     QTest::newRow("missing") << "missing" << "" << QStringList{};
-    QTest::newRow("empty folder") << "empty" << "" << QStringList{};
+    QTest::newRow("empty folder, umask 027") << "empty" << "" << QStringList{};
     QTest::newRow("earlier export") << "export" << "" << QStringList{};
     QTest::newRow("earlier export with files the user added")
         << "added" << "" << QStringList{"out/.htaccess", "out/files/notes.txt", "out/.git/HEAD", "out/link/keep.txt"};
@@ -422,7 +422,11 @@ void tst_QFSiteExporter::replacesOnlyMissingEmptyOrExportedFolders()
     QFETCH(QString, error);
     QFETCH(QStringList, kept);
 
-    const mode_t umask = ::umask(022);
+    // The modes follow the umask, whatever it is.
+    const bool strict = situation == QLatin1String("empty");
+    const mode_t umask = ::umask(strict ? 027 : 022);
+    const auto folderMode = QFile::Permissions::fromInt(strict ? 0x7750 : 0x7755);
+    const auto fileMode = QFile::Permissions::fromInt(strict ? 0x6640 : 0x6644);
     const auto restoreUmask = qScopeGuard([umask] { ::umask(umask); });
     // A copied file keeps its source's mode, which a web server may not read.
     QVERIFY(QFile::setPermissions(m_factory.sharedFiles.constFirst(), QFile::ReadOwner | QFile::WriteOwner));
@@ -487,13 +491,13 @@ void tst_QFSiteExporter::replacesOnlyMissingEmptyOrExportedFolders()
     // What the user added stays what it was, a link included.
     QVERIFY(!situation.startsWith(QLatin1String("added")) || QFileInfo(out + QStringLiteral("/link")).isSymLink());
     // Readable by a web server: the modes the umask gives new files and folders.
+    QCOMPARE(QFileInfo(out).permissions() & 0x7777, folderMode);
+    QCOMPARE(QFileInfo(out + QStringLiteral("/common/shared.png")).permissions() & 0x7777, fileMode);
     const QStringList listed = readText(manifest).split(QLatin1Char('\n'), Qt::SkipEmptyParts).mid(1);
     QVERIFY(listed.contains(QStringLiteral("common/shared.png")));
-    QCOMPARE(QFileInfo(out).permissions() & 0x7777, QFile::Permissions::fromInt(0x7755));
     for (const QString &file : listed) {
-        QCOMPARE(QFileInfo(out + QLatin1Char('/') + file).permissions() & 0x7777, QFile::Permissions::fromInt(0x6644));
-        QCOMPARE(QFileInfo(QFileInfo(out + QLatin1Char('/') + file).absolutePath()).permissions() & 0x7777,
-                 QFile::Permissions::fromInt(0x7755));
+        QCOMPARE(QFileInfo(out + QLatin1Char('/') + file).permissions() & 0x7777, fileMode);
+        QCOMPARE(QFileInfo(QFileInfo(out + QLatin1Char('/') + file).absolutePath()).permissions() & 0x7777, folderMode);
     }
     for (const QString &file : kept)
         QVERIFY2(!listed.contains(file.mid(4)), qPrintable(file));
