@@ -405,6 +405,8 @@ void tst_QFSiteExporter::replacesOnlyMissingEmptyOrExportedFolders_data()
     QTest::newRow("earlier export") << "export" << "" << QStringList{};
     QTest::newRow("earlier export with files the user added")
         << "added" << "" << QStringList{"out/.htaccess", "out/files/notes.txt", "out/.git/HEAD", "out/link/keep.txt"};
+    // Folders are not listed: an empty one where the export makes one is no clash.
+    QTest::newRow("earlier export that left a folder empty") << "hollow" << "" << QStringList{};
     QTest::newRow("foreign files") << "foreign" << "holds no earlier Quillfen export (notes.txt)" << QStringList{"out/notes.txt"};
     QTest::newRow(".git folder") << "git" << "holds no earlier Quillfen export (.git)" << QStringList{"out/.git/HEAD"};
     QTest::newRow("a file instead of a folder") << "file" << "is a file, not a folder" << QStringList{"out"};
@@ -438,8 +440,14 @@ void tst_QFSiteExporter::replacesOnlyMissingEmptyOrExportedFolders()
     QVERIFY(QDir().mkpath(m_dir->filePath(QStringLiteral("outside"))));
     writeText(m_dir->filePath(QStringLiteral("outside/keep.txt")), "keep");
 
-    if (QStringList{"export", "added", "clash", "escape", "damaged"}.contains(situation))
+    if (QStringList{"export", "added", "clash", "escape", "damaged", "hollow"}.contains(situation))
         exporter.exportTo(out);
+    if (situation == QLatin1String("hollow")) {
+        QVERIFY(QDir(out + QStringLiteral("/travel")).removeRecursively() && QDir().mkpath(out + QStringLiteral("/travel")));
+        QStringList lines = readText(manifest).split(QLatin1Char('\n'));
+        lines.removeIf([](const QString &line) { return line.startsWith(QLatin1String("travel/")); });
+        writeText(manifest, lines.join(QLatin1Char('\n')).toUtf8());
+    }
     if (situation == QLatin1String("empty") || situation == QLatin1String("foreign"))
         QVERIFY(QDir().mkpath(out));
     if (situation == QLatin1String("foreign"))
