@@ -80,6 +80,8 @@ public:
         const QString folder = tempFilesDirectory(QStringLiteral("Fixed"));
         scratchFolder = folder;
         writeText(folder + QStringLiteral("/feed.xml"), "<rss/>");
+        // A private scratch file is moved into the site as it is.
+        QFile::setPermissions(folder + QStringLiteral("/feed.xml"), QFile::ReadOwner | QFile::WriteOwner);
         for (int i = 1; i <= 3; ++i) {
             QString page = updatePageTemplate(QString::fromLatin1(pageTemplate), params, 1);
             page.replace(QLatin1String("%charset%"), params.value(QStringLiteral("pagecharset")).toString());
@@ -502,7 +504,7 @@ void tst_QFSiteExporter::replacesOnlyMissingEmptyOrExportedFolders()
     QCOMPARE(QFileInfo(out).permissions() & 0x7777, folderMode);
     QCOMPARE(QFileInfo(out + QStringLiteral("/common/shared.png")).permissions() & 0x7777, fileMode);
     const QStringList listed = readText(manifest).split(QLatin1Char('\n'), Qt::SkipEmptyParts).mid(1);
-    QVERIFY(listed.contains(QStringLiteral("common/shared.png")));
+    QVERIFY(listed.contains(QStringLiteral("common/shared.png")) && listed.contains(QStringLiteral("travel/files/feed.xml")));
     for (const QString &file : listed) {
         QCOMPARE(QFileInfo(out + QLatin1Char('/') + file).permissions() & 0x7777, fileMode);
         QCOMPARE(QFileInfo(QFileInfo(out + QLatin1Char('/') + file).absolutePath()).permissions() & 0x7777, folderMode);
