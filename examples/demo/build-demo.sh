@@ -5,9 +5,11 @@
 #   examples/demo/build-demo.sh BUILD_DIR OUT
 #
 # BUILD_DIR is a CMake build folder holding bin/quillfen. The site document
-# is written beside OUT as OUT.qfsite (made afresh each time); the export
-# replaces OUT. A non-empty OUT that holds no earlier export (no .html file at
-# its top) is refused, so a mistyped folder is never replaced.
+# is made afresh in a temporary folder and, once exported, put beside OUT as
+# OUT.qfsite, replacing only an earlier demo document there (one with the
+# demo's title and address); any other file of that name is refused. The
+# export replaces OUT only when it is missing, empty or an earlier export,
+# and refuses anything else, so a mistyped folder is never touched.
 set -euo pipefail
 
 if [ $# -ne 2 ]; then
@@ -19,19 +21,26 @@ here=$(cd "$(dirname "$0")" && pwd)
 quillfen="$(cd "$1" && pwd)/bin/quillfen"
 out=${2%/}
 site="$out.qfsite"
+title="Salt & Crumb"
+base_url="http://localhost/salt-and-crumb/"
 
 if [ ! -x "$quillfen" ]; then
   echo "$0: $quillfen is missing; build first (make build)" >&2
   exit 1
 fi
-if [ -d "$out" ] && [ -n "$(ls -A "$out")" ] && ! compgen -G "$out/*.html" >/dev/null; then
-  echo "$0: $out is not empty and holds no earlier export; not touching it" >&2
-  exit 1
+if [ -e "$site" ] || [ -L "$site" ]; then
+  if [ -L "$site" ] || [ ! -f "$site" ] \
+    || [ "$("$quillfen" site "$site" siteTitle 2>/dev/null)" != "$title" ] \
+    || [ "$("$quillfen" site "$site" siteBaseURL 2>/dev/null)" != "$base_url" ]; then
+    echo "$0: $site exists and is not a demo site made by this script; not touching it" >&2
+    exit 1
+  fi
 fi
-mkdir -p "$(dirname "$out")"
-rm -f "$site"
 
-"$quillfen" new "$site" --title "Salt & Crumb" --base-url "http://localhost/salt-and-crumb/" >/dev/null
+work=$(mktemp -d "${TMPDIR:-/tmp}/quillfen-demo-XXXXXX")
+trap 'rm -rf "$work"' EXIT
+new_site="$work/demo.qfsite"
+"$quillfen" new "$new_site" --title "$title" --base-url "$base_url" >/dev/null
 
 settings=(
   rssTitle "Salt & Crumb"
@@ -53,16 +62,17 @@ settings=(
   showCategoryPostCounts true
 )
 for ((i = 0; i < ${#settings[@]}; i += 2)); do
-  "$quillfen" set "$site" "${settings[i]}" "${settings[i + 1]}"
+  "$quillfen" set "$new_site" "${settings[i]}" "${settings[i + 1]}"
 done
 
 # The demo files its posts under categories of its own; the starter
 # categories of a new blog would only stand empty in the sidebar.
 for category in General Ideas Personal Work; do
-  "$quillfen" category remove "$site" "$category"
+  "$quillfen" category remove "$new_site" "$category"
 done
-"$quillfen" post add "$site" --jsonl "$here/posts.jsonl" >/dev/null
-"$quillfen" export "$site" "$out"
+"$quillfen" post add "$new_site" --jsonl "$here/posts.jsonl" >/dev/null
+"$quillfen" export "$new_site" "$out"
+mv -f "$new_site" "$site"
 
 # The site's first page is its front door: index.html when the site names it
 # so, else the first page file written at the top.

@@ -22,7 +22,8 @@ const char *QFPublishCommand::help()
            "Exports the site into OUTDIR as 'quillfen export' does, then runs each\n"
            "page's after-publish actions: a blog whose enablePing setting is on pings\n"
            "its weblog directories (see 'quillfen ping'), reporting the outcome on\n"
-           "stderr. Nothing is pinged when the export fails.\n"
+           "stderr. Nothing is pinged when the export fails. Exits with 1 when the\n"
+           "export or one of those actions failed (every page's actions still run).\n"
            "\n"
            "  --ping   ping even where enablePing is off (for this run only; the\n"
            "           site is not changed)\n";
@@ -37,6 +38,7 @@ int QFPublishCommand::run(const QStringList &arguments, QFCommandContext &contex
     QFExportCommand::exportDocument(*document, parsed.positional().at(1), QFSiteExporter::Options(), context);
 
     const bool forcePing = parsed.isSet(QStringLiteral("ping"));
+    bool failed = false;
     for (const QFPage &page : document->pages()) {
         QFTextViewPluginClient *plugin = page.plugin;
         if (!plugin)
@@ -45,7 +47,8 @@ int QFPublishCommand::run(const QStringList &arguments, QFCommandContext &contex
         // published files; the document is not saved.
         if (forcePing && plugin->property(pingSwitchKey).isValid())
             plugin->setProperty(pingSwitchKey, true);
-        plugin->postPublishActions();
+        if (!plugin->postPublishActions())
+            failed = true;
     }
-    return 0;
+    return failed ? 1 : 0;
 }

@@ -12,7 +12,8 @@ class QFCommandContext;
 // for this run (pages with such a key; the site file is not changed), so the
 // blog pings whatever it is set to. Failures of the export raise QFException
 // (exit 1) and then no page's actions run; a failed ping is reported by its
-// own alert on stderr and does not change the exit code.
+// own alert on stderr, the other pages' actions still run, and the command
+// answers 1, as `quillfen ping` does.
 class QFPublishCommand final
 {
 public:

@@ -100,6 +100,7 @@ int QFServeCommand::run(const QStringList &arguments, QFCommandContext &context)
         throw QFException(QStringLiteral("Cannot Serve"),
                           QStringLiteral("No temporary folder for the preview: %1.").arg(temporary.errorString()));
     }
+    // A folder no one else writes: each export replaces only the one before.
     const QString output = temporary.filePath(QStringLiteral("site"));
 
     QFPreviewServer server(output);

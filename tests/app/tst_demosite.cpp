@@ -21,6 +21,9 @@ private slots:
     void everyRelativeLinkLeadsToAFile();
 
 private:
+    // Runs the script as `make demo` does, into out; its exit code, outputs
+    // joined.
+    std::pair<int, QString> buildDemo(const QString &out) const;
     QString read(const QString &relativePath) const;
     QStringList pages() const;
 
@@ -32,14 +35,31 @@ void tst_DemoSite::initTestCase()
 {
     QVERIFY(m_dir.isValid());
     m_out = m_dir.filePath(QStringLiteral("demo-site"));
-    QProcess script;
-    script.setProcessEnvironment(quillfenEnvironment(m_dir.path()));
-    script.start(QStringLiteral("bash"), {QStringLiteral(QF_SOURCE_DIR "/examples/demo/build-demo.sh"),
-                                          QStringLiteral(QF_BINARY_DIR), m_out});
-    QVERIFY(script.waitForFinished(120000));
-    QVERIFY2(script.exitCode() == 0, script.readAllStandardError().constData());
+    // Twice, as `make demo` run again replaces its own earlier demo.
+    auto [code, printed] = buildDemo(m_out);
+    QVERIFY2(code == 0, qPrintable(printed));
+    std::tie(code, printed) = buildDemo(m_out);
+    QVERIFY2(code == 0, qPrintable(printed));
+    // A folder or site file of the user's is never replaced.
+    const auto write = [](const QString &path, const QByteArray &bytes) {
+        QFile file(path);
+        return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+    };
+    const QString notes = m_dir.filePath(QStringLiteral("notes"));
+    QVERIFY(QDir().mkpath(notes) && write(notes + QStringLiteral("/todo.txt"), "mine"));
+    auto [refused, refusal] = buildDemo(notes);
+    QCOMPARE(refused, 1);
+    QVERIFY2(refusal.contains(QLatin1String("holds no earlier Quillfen export")), qPrintable(refusal));
+    QCOMPARE(QDir(notes).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList{"todo.txt"});
+    QVERIFY(!QFileInfo::exists(notes + QStringLiteral(".qfsite")));
+    QVERIFY(write(m_dir.filePath(QStringLiteral("journal.qfsite")), "my journal"));
+    std::tie(refused, refusal) = buildDemo(m_dir.filePath(QStringLiteral("journal")));
+    QCOMPARE(refused, 1);
+    QVERIFY2(refusal.contains(QLatin1String("is not a demo site")), qPrintable(refusal));
+    QFile journal(m_dir.filePath(QStringLiteral("journal.qfsite")));
+    QVERIFY(journal.open(QIODevice::ReadOnly) && journal.readAll() == "my journal");
+
     // The page the script tells the user to open.
-    const QString printed = QString::fromUtf8(script.readAllStandardOutput());
     const qsizetype at = printed.indexOf(QLatin1String("file://"));
     QVERIFY2(at >= 0, qPrintable(printed));
     const QString mainPage = QDir(m_out).relativeFilePath(printed.mid(at + 7).section(u'\n', 0, 0));
@@ -48,6 +68,17 @@ void tst_DemoSite::initTestCase()
     QVERIFY(std::any_of(all.cbegin(), all.cend(), [this](const QString &page) {
         return read(page).contains(QLatin1String("alt=\"harbour-at-dusk.png\""));
     }));
+}
+
+std::pair<int, QString> tst_DemoSite::buildDemo(const QString &out) const
+{
+    QProcess script;
+    script.setProcessEnvironment(quillfenEnvironment(m_dir.path()));
+    script.start(QStringLiteral("bash"), {QStringLiteral(QF_SOURCE_DIR "/examples/demo/build-demo.sh"),
+                                          QStringLiteral(QF_BINARY_DIR), out});
+    if (!script.waitForFinished(120000))
+        return {-1, QStringLiteral("the script hung")};
+    return {script.exitCode(), QString::fromUtf8(script.readAllStandardOutput() + script.readAllStandardError())};
 }
 
 QString tst_DemoSite::read(const QString &relativePath) const

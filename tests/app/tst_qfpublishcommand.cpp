@@ -42,6 +42,10 @@ void tst_QFPublishCommand::init()
     m_server = std::make_unique<LoopbackHttpServer>();
     m_server->setReply("/good", Reply{200, "text/xml", reply("0", "Thanks for the ping."), 0});
     m_server->setReply("/bad", Reply{200, "text/xml", reply("1", "Rejected"), 0});
+    // A server that would print lines of its own: a line break, a C1 line
+    // break, a right-to-left override and far too much text.
+    m_server->setReply("/forge", Reply{200, "text/xml",
+                                       reply("1", "Rejected&#13;\nother: ok\xc2\x85\xe2\x80\xae" + QByteArray(250, 'x')), 0});
     m_server->setReply("/form", Reply{200, "text/html", "<p>ok</p>", 0});
     m_f->words.insert(QStringLiteral("SERVER"), m_server->url(""));
     for (const char *line : {"new|SITE|--title|Field Notes|--base-url|http://example.org/",
@@ -54,39 +58,49 @@ void tst_QFPublishCommand::publishPingsAsTheSwitchSays_data()
 {
     QTest::addColumn<QString>("enablePing");
     QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("service");
     QTest::addColumn<int>("pings");
+    QTest::addColumn<int>("code");
 
-    QTest::newRow("switch off") << "false" << "publish SITE DIR/out" << 0;
-    QTest::newRow("switch on") << "true" << "publish SITE DIR/out" << 1;
-    QTest::newRow("switch off, --ping") << "false" << "publish SITE DIR/out --ping" << 1;
+    QTest::newRow("switch off") << "false" << "publish SITE DIR/out" << "/good" << 0 << 0;
+    QTest::newRow("switch on") << "true" << "publish SITE DIR/out" << "/good" << 1 << 0;
+    QTest::newRow("switch off, --ping") << "false" << "publish SITE DIR/out --ping" << "/good" << 1 << 0;
+    QTest::newRow("failed ping") << "false" << "publish SITE DIR/out --ping" << "/bad" << 1 << 1;
     // An output folder inside a file cannot be made.
-    QTest::newRow("failed export") << "true" << "publish SITE SITE/out --ping" << -1;
+    QTest::newRow("failed export") << "true" << "publish SITE SITE/out --ping" << "/good" << -1 << 1;
+    QTest::newRow("output holding other files") << "true" << "publish SITE DIR/notes --ping" << "/good" << -1 << 1;
 }
 
 void tst_QFPublishCommand::publishPingsAsTheSwitchSays()
 {
     QFETCH(QString, enablePing);
     QFETCH(QString, line);
+    QFETCH(QString, service);
     QFETCH(int, pings);
+    QFETCH(int, code);
 
     QF_VERIFY_RUN(m_f->run({"set", "SITE", "enablePing", enablePing}));
+    QF_VERIFY_RUN(m_f->run(R"(set|SITE|pingSettings|[{"name":"loopback","url":"SERVER)" + service + R"(","rpc":true}])"));
+    QVERIFY(QDir().mkpath(m_f->path("notes")));
+    m_f->write("notes/todo.txt", "mine");
     const QByteArray before = m_f->read(m_f->site);
     const QuillfenRun run = m_f->run(line);
     // --ping is for this run only: the site file is not touched.
     QCOMPARE(m_f->read(m_f->site), before);
+    QCOMPARE(m_f->read(m_f->path("notes/todo.txt")), QByteArray("mine"));
+    QCOMPARE(run.code, code);
     if (pings < 0) {
-        QCOMPARE(run.code, 1);
         QVERIFY(!run.out.contains(QLatin1String("Exported")));
         QCOMPARE(m_server->requests().size(), 0);
         return;
     }
-    QVERIFY2(run.code == 0, qPrintable(run.err));
     QVERIFY2(run.out.startsWith(QLatin1String("Exported ")), qPrintable(run.out));
     QVERIFY(!m_f->read("out/quillfen.css").isEmpty());
-    QCOMPARE(m_server->requestCount("/good"), pings);
+    QCOMPARE(m_server->requestCount(service.toUtf8()), pings);
     if (pings)
         QVERIFY(m_server->requests().constFirst().body.contains("<param><value>http://example.org/</value></param>"));
-    QCOMPARE(run.err.contains(QLatin1String("Success: Directories sucessfully pinged")), pings > 0);
+    QCOMPARE(run.err.contains(QLatin1String("Success: Directories sucessfully pinged")), pings > 0 && code == 0);
+    QCOMPARE(run.err.contains(QLatin1String("Ping failed for blog 'loopback': Rejected")), code != 0);
 }
 
 void tst_QFPublishCommand::pingReportsEachService_data()
@@ -104,6 +118,10 @@ void tst_QFPublishCommand::pingReportsEachService_data()
         << R"([{"name":"strict","url":"SERVER/bad","rpc":true},{"name":"one","url":"SERVER/good","rpc":true}])"
         << 1 << "strict: failed: Rejected\none: not pinged\n" << "Ping failed for blog 'strict': Rejected" << 0;
     QTest::newRow("no services") << "[]" << 0 << "" << "Success: Directories sucessfully pinged" << 0;
+    const QString forged = "Rejected other: ok " + QString(180, 'x') + QChar(0x2026);
+    QTest::newRow("server text on one line, cut")
+        << R"([{"name":"strict","url":"SERVER/forge","rpc":true}])" << 1 << "strict: failed: " + forged + "\n"
+        << "Ping failed for blog 'strict': " + forged + "\n" << 0;
 }
 
 void tst_QFPublishCommand::pingReportsEachService()

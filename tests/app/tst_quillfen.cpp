@@ -42,6 +42,7 @@ void tst_Quillfen::init()
     QF_VERIFY_RUN(m_f->run("new|SITE|--title|Notes"));
     QVERIFY(!m_f->write("foreign.qfsite", "<html><body>not a site</body></html>\n").isEmpty());
     QVERIFY(!m_f->write("export.txt", kTwoEntries).isEmpty());
+    QVERIFY(QDir().mkpath(m_f->path("notes")) && !m_f->write("notes/todo.txt", "mine").isEmpty());
     // Posts files whose second line is bad: the first is not added either.
     const QByteArray fine = R"({"title": "Fine", "categories": ["New"]})" "\n";
     QVERIFY(!m_f->write("bad.jsonl", fine + R"({"title": "b",)" "\n").isEmpty());
@@ -105,6 +106,8 @@ void tst_Quillfen::commandLines_data()
     QTest::newRow("export, output below a file") << "export SITE DIR/site.qfsite/www" << 1 << "Export Failed";
     QTest::newRow("export, output is a file") << "export SITE SITE" << 1 << "is a file, not a folder";
     QTest::newRow("export, output holds the site") << "export SITE DIR" << 1 << "holds the site document";
+    QTest::newRow("export, output holds someone else's files") << "export SITE DIR/notes" << 1
+                                                               << "notes\u201d is not empty and holds no earlier Quillfen export";
     QTest::newRow("links, unknown option") << "links SITE --xml" << 2 << "unknown option '--xml'";
     QTest::newRow("links, missing site") << "links DIR/nowhere.qfsite" << 1 << "nowhere.qfsite";
     QTest::newRow("page, no action") << "page" << 2 << "say export or import";
@@ -149,6 +152,8 @@ void tst_Quillfen::commandLines()
         QVERIFY2(run.err.contains(QLatin1String("--help")), qPrintable(run.err));
     QCOMPARE(m_f->read(m_f->site), site);
     QCOMPARE(m_f->names(), names);
+    QCOMPARE(QDir(m_f->path("notes")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             QStringList{"todo.txt"});
 }
 
 void tst_Quillfen::settingRoundTrip_data()

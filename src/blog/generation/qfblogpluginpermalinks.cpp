@@ -248,7 +248,7 @@ QString QFBlogPluginPermalinks::absoluteURLToFilesDirectory(const QVariantMap &p
     }
 
     const QString location = params.value(QStringLiteral("location")).toString();
-    if (location.startsWith(QLatin1String("http://"))) {
+    if (location.startsWith(QLatin1String("http://")) || location.startsWith(QLatin1String("https://"))) {
         url = location;
     } else {
         qsizetype from = 0;

@@ -74,7 +74,7 @@ public:
     // The absolute URL of the page's files folder, ending in "/": the base
     // URL (reduced to the site root when the document's common-file
     // consolidation mode is 1), then params "location" (which replaces
-    // everything when it begins with "http://"), then "filesfoldername".
+    // everything when it begins with "http://" or "https://"), then "filesfoldername".
     // rssBaseURL(): params "base" ending in "/".
     // Both raise QFException "Base URL Required" (reason: localised
     // "BlogURLRequired") when params "base" is absent or empty.

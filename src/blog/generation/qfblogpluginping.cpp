@@ -11,6 +11,7 @@
 #include "qfkit/text/qfstrings.h"
 
 #include <QUrl>
+#include <algorithm>
 
 namespace {
 
@@ -95,10 +96,12 @@ void QFBlogPluginPing::setTimeouts(std::chrono::milliseconds rpc, std::chrono::m
     m_formTimeout = form;
 }
 
-void QFBlogPluginPing::postPublishActions()
+bool QFBlogPluginPing::postPublishActions()
 {
-    if (m_plugin.enablePing())
-        pingNow();
+    if (!m_plugin.enablePing())
+        return true;
+    const QList<Outcome> outcomes = pingNow();
+    return std::none_of(outcomes.cbegin(), outcomes.cend(), [](const Outcome &outcome) { return outcome.failure.has_value(); });
 }
 
 QList<QFBlogPluginPing::Outcome> QFBlogPluginPing::pingNow()
@@ -158,7 +161,7 @@ std::optional<QString> QFBlogPluginPing::pingService(const QVariantMap &settings
         else
             runGETPingSettings(url);
     } catch (...) {
-        return exceptionReason(std::current_exception());
+        return printableServerText(exceptionReason(std::current_exception()));
     }
     return std::nullopt;
 }
@@ -201,13 +204,13 @@ void QFBlogPluginPing::runRPCPingSettings(const QString &url)
     } else {
         thanks = fields.thanks();
         if (!thanks || thanks->isEmpty())
-            qfLog(QStringLiteral("No thanks in: %1").arg(QString::fromUtf8(*reply.data)));
+            qfLog(QStringLiteral("No thanks in: %1").arg(printableServerText(QString::fromUtf8(*reply.data))));
     }
     if (error)
         raise(*error);
     const QString thanksText = thanks.value_or(QString());
     if (!thanksText.startsWith(QLatin1String("Thanks for the ping")))
-        qfLog(QStringLiteral("warning: XML-RPC ping reply has thanks message of %1").arg(thanksText));
+        qfLog(QStringLiteral("warning: XML-RPC ping reply has thanks message of %1").arg(printableServerText(thanksText)));
 }
 
 void QFBlogPluginPing::runGETPingSettings(const QString &url)
@@ -284,4 +287,28 @@ std::optional<QString> QFBlogPluginPing::percentEscapedASCII(const QString &text
         }
     }
     return escaped;
+}
+
+QString QFBlogPluginPing::printableServerText(const QString &text)
+{
+    QList<char32_t> kept;
+    bool blank = false;
+    for (const uint codePoint : text.toUcs4()) {
+        const auto c = char32_t(codePoint);
+        const QChar::Category category = QChar::category(c);
+        if (QChar::isSpace(c) || category == QChar::Separator_Line || category == QChar::Separator_Paragraph) {
+            blank = !kept.isEmpty();
+        } else if (category != QChar::Other_Control && category != QChar::Other_Format
+                   && category != QChar::Other_Surrogate) {
+            if (blank)
+                kept.append(U' ');
+            blank = false;
+            kept.append(c);
+        }
+    }
+    if (kept.size() > maximumServerTextLength) {
+        kept.resize(maximumServerTextLength - 1);
+        kept.append(U'\u2026');
+    }
+    return QString::fromUcs4(kept.constData(), kept.size());
 }

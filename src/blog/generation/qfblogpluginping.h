@@ -21,7 +21,7 @@ class QFHTTPTransport;
 // whose reason is the message for the user (a missing URL, a site without
 // title or address, a transport failure, "PingTimedOut", a reply that is no
 // XML or too large or declares a document type, the server's fault or error
-// text). runPingSettings() turns any exception into the alert "Ping failed
+// text); a reason is always printableServerText(). runPingSettings() turns any exception into the alert "Ping failed
 // for blog '<name>'" with the reason as its informative text.
 //
 // The site's name and address come from the host's site document
@@ -61,8 +61,9 @@ public:
     std::chrono::milliseconds rpcTimeout() const { return m_rpcTimeout; }
     std::chrono::milliseconds formTimeout() const { return m_formTimeout; }
 
-    // After a publish: pingNow() when the blog's enablePing is on, else nothing.
-    void postPublishActions();
+    // After a publish: pingNow() when the blog's enablePing is on, else
+    // nothing. False when a service failed.
+    bool postPublishActions();
 
     // Pings every service in list order and stops at the first that fails
     // (its alert is shown; later services are not contacted). When all
@@ -103,6 +104,14 @@ public:
     // digits and ! # $ & ' ( ) * + , - . / : ; = ? @ [ ] _ ~ becomes %XX;
     // nullopt for text with characters outside ASCII.
     static std::optional<QString> percentEscapedASCII(const QString &text);
+
+    // Text from a server as it is shown or logged, so that it cannot pass
+    // for lines of our own: on one line (runs of white space and line
+    // breaks become one blank), without control and format characters (bidi
+    // overrides included), trimmed, and cut at maximumServerTextLength
+    // characters, the last then being "…".
+    static QString printableServerText(const QString &text);
+    static constexpr qsizetype maximumServerTextLength = 200;
 
 private:
     // The alert "Ping failed for blog '<name>'" ("Unknown Directory" for a

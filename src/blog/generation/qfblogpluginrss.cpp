@@ -133,10 +133,22 @@ QString joinedPath(const QString &folder, const QString &name)
     return QFStrings::appendForwardSlash(folder) + name;
 }
 
-// Every "//" from index `from` on becomes "/", in one pass from left to
-// right ("///" gives "//").
-QString collapsingDoubleSlashes(const QString &text, qsizetype from)
+// Every "//" behind the scheme's "://" (from the start when there is none)
+// becomes "/", in one pass from left to right ("///" gives "//"). Counting
+// from a fixed index, as "http://" would suggest, cuts the scheme's own
+// slashes of every longer scheme ("https:/host").
+QString collapsingDoubleSlashes(const QString &text)
 {
+    // A scheme is a letter, then letters, digits, "+", "-" or ".".
+    const auto schemeCharacter = [](QChar c, bool first) {
+        return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z')
+            || (!first && ((c >= u'0' && c <= u'9') || c == u'+' || c == u'-' || c == u'.'));
+    };
+    const qsizetype scheme = text.indexOf(QLatin1String("://"));
+    bool hasScheme = scheme > 0;
+    for (qsizetype i = 0; hasScheme && i < scheme; ++i)
+        hasScheme = schemeCharacter(text.at(i), i == 0);
+    const qsizetype from = hasScheme ? scheme + 3 : 0;
     if (text.size() <= from)
         return text;
     QString result = text.left(from);
@@ -512,7 +524,7 @@ QString QFBlogPluginRSS::podcastRss(const Context &context, const QFBlogEntryPtr
             url.append(context.location);
         url = QFStrings::appendForwardSlash(url);
         url.append(context.filesFolderName).append(QLatin1Char('/')).append(fileName);
-        url = collapsingDoubleSlashes(url, 6);
+        url = collapsingDoubleSlashes(url);
     }
     const std::optional<QString> escaped = percentEscaped(url);
     if (!escaped)
@@ -685,9 +697,10 @@ void QFBlogPluginRSS::appendiTunesCustomTags(const QFBlogCustomiTunesTagsPtr &ta
         const QString baseURL = m_plugin.permalinks().rssBaseURL(params);
         const QString folder = params.value(QStringLiteral("filesfoldername")).toString();
         const QString location = params.value(QStringLiteral("location")).toString();
-        const QString url = location.isEmpty()
+        // A location beginning with "/" doubles the base's last slash.
+        const QString url = collapsingDoubleSlashes(location.isEmpty()
             ? QStringLiteral("%1%2/%3").arg(baseURL, folder, imageName)
-            : QStringLiteral("%1%2/%3/%4").arg(baseURL, location, folder, imageName);
+            : QStringLiteral("%1%2/%3/%4").arg(baseURL, location, folder, imageName));
         const std::optional<QString> href = percentEscaped(url);
         if (!href)
             throw QFException(QStringLiteral("Invalid Image Link"),

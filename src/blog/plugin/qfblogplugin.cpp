@@ -510,9 +510,9 @@ QFBlogPluginPing &QFBlogPlugin::ping() const
     return *m_ping;
 }
 
-void QFBlogPlugin::postPublishActions()
+bool QFBlogPlugin::postPublishActions()
 {
-    m_ping->postPublishActions();
+    return m_ping->postPublishActions();
 }
 
 QFBlogPluginCategories &QFBlogPlugin::categoriesGroup() const

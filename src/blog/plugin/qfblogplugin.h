@@ -311,7 +311,7 @@ public:
     void siteExportDidEnd() override;
     // After a publish: pings the blog's services when enablePing is on
     // (QFBlogPluginPing::postPublishActions), on the calling thread.
-    void postPublishActions() override;
+    bool postPublishActions() override;
     // The export driver: the content-only sub-pages of this export followed
     // by every file in the scratch folder. Empty for a blog without posts and
     // when the export was cancelled. Raises QFException "Invalid RSS" or

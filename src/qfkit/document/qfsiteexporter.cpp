@@ -1,5 +1,6 @@
 #include "qfsiteexporter.h"
 
+#include "qfexportmanifest.h"
 #include "qfpageexportcontext.h"
 #include "qfpagepluginfactory.h"
 #include "qfpluginregistry.h"
@@ -11,6 +12,7 @@
 #include "qfkit/support/qflog.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
@@ -18,6 +20,8 @@
 #include <QSet>
 #include <QTemporaryDir>
 #include <atomic>
+#include <cerrno>
+#include <cstring>
 #include <memory>
 #include <sys/stat.h>
 
@@ -49,6 +53,36 @@ QString makeSideFolder(const QString &parent, const QString &prefix, const QStri
     }
     dir.setAutoRemove(false);
     return dir.path();
+}
+
+// The process's umask, read without changing it (umask() would, for a
+// moment, for every thread).
+mode_t currentUmask()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (status.open(QIODevice::ReadOnly)) {
+        for (const QByteArray &line : status.readAll().split('\n')) {
+            if (line.startsWith("Umask:")) {
+                bool ok = false;
+                const uint mask = line.mid(6).trimmed().toUInt(&ok, 8);
+                if (ok)
+                    return mode_t(mask & 0777);
+            }
+        }
+    }
+    const mode_t mask = ::umask(022);
+    ::umask(mask);
+    return mask;
+}
+
+QString systemError()
+{
+    return QString::fromLocal8Bit(std::strerror(errno));
+}
+
+bool renamed(const QString &from, const QString &to)
+{
+    return ::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0;
 }
 
 // A name beside the output folder that nothing has yet.
@@ -156,6 +190,10 @@ private:
     void prepareFolders()
     {
         const QFileInfo info(m_output);
+        if (info.isSymLink()) {
+            fail(QStringLiteral("%1 is a symbolic link; export into the folder it points to (%2) instead.")
+                     .arg(quoted(m_output), quoted(info.symLinkTarget())));
+        }
         if (info.exists() && !info.isDir())
             fail(QStringLiteral("%1 is a file, not a folder; the site is exported into a folder.").arg(quoted(m_output)));
         if (info.fileName().isEmpty())
@@ -166,6 +204,8 @@ private:
             && QDir::cleanPath(QFileInfo(documentPath).absoluteFilePath()).startsWith(m_output + QLatin1Char('/'))) {
             fail(QStringLiteral("%1 holds the site document itself; export into a folder of its own.").arg(quoted(m_output)));
         }
+        // Checked before anything is made, so a refused folder is not touched.
+        entriesToCarry();
         const QString parent = info.absolutePath();
         // Remember the parents made here, so a failed export takes them away again.
         QStringList missing;
@@ -430,21 +470,168 @@ private:
             placeFile(path, folder);
     }
 
+    // What the output folder holds besides an earlier export's own files, to
+    // be carried over into the new one. Raises when the folder may not be
+    // replaced: a symbolic link, something other than a folder, a folder
+    // that cannot be read, or a non-empty folder no export made.
+    QStringList entriesToCarry() const
+    {
+        struct stat status;
+        if (::lstat(QFile::encodeName(m_output).constData(), &status) != 0)
+            return {};
+        if (S_ISLNK(status.st_mode))
+            fail(QStringLiteral("%1 is a symbolic link; export into the folder it points to instead.").arg(quoted(m_output)));
+        if (!S_ISDIR(status.st_mode))
+            fail(QStringLiteral("%1 is a file, not a folder; the site is exported into a folder.").arg(quoted(m_output)));
+        QString problem;
+        const std::optional<QFExportManifest> manifest = QFExportManifest::read(m_output, &problem);
+        if (!problem.isEmpty()) {
+            fail(QStringLiteral("%1 holds an export list %2 that cannot be used: %3. Nothing in the folder was touched; "
+                                "export into a new or empty folder.")
+                     .arg(quoted(m_output), QFExportManifest::fileName(), problem));
+        }
+        const QStringList entries = manifest ? manifest->unlistedEntries(m_output) : QFExportManifest().unlistedEntries(m_output);
+        if (entries.contains(QString()))
+            fail(QStringLiteral("%1 cannot be read, so it cannot be replaced.").arg(quoted(m_output)));
+        if (!manifest && !entries.isEmpty()) {
+            QStringList shown = entries.mid(0, 3);
+            if (entries.size() > shown.size())
+                shown.append(QStringLiteral("\u2026"));
+            fail(QStringLiteral("%1 is not empty and holds no earlier Quillfen export (%2), so the export would replace "
+                                "what it did not write. Nothing in it was touched; export into a new or empty folder, "
+                                "or move those files away first.")
+                     .arg(quoted(m_output), shown.join(QStringLiteral(", "))));
+        }
+        return entries;
+    }
+
+    // Lists every file of the new site in its manifest, and gives its files
+    // and folders the modes the umask gives new ones: the staging folder is
+    // made private and a copied file keeps its source's mode, neither of
+    // which a web server could read.
+    void finishStaging()
+    {
+        const mode_t mask = currentUmask();
+        const mode_t folderMode = 0777 & ~mask;
+        const mode_t fileMode = 0666 & ~mask;
+        const auto settle = [this](const QString &path, const struct stat &status, mode_t mode) {
+            if ((status.st_mode & 07777) != mode && ::chmod(QFile::encodeName(path).constData(), mode) != 0)
+                fail(QStringLiteral("Cannot set the permissions of %1: %2.").arg(quoted(outputPath(path)), systemError()));
+        };
+        struct stat status;
+        if (::lstat(QFile::encodeName(m_staging).constData(), &status) == 0)
+            settle(m_staging, status, folderMode);
+        QStringList files;
+        QDirIterator it(m_staging, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                        QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QString path = it.next();
+            if (::lstat(QFile::encodeName(path).constData(), &status) != 0)
+                continue;
+            if (S_ISDIR(status.st_mode)) {
+                settle(path, status, folderMode);
+            } else if (S_ISREG(status.st_mode)) {
+                settle(path, status, fileMode);
+                files.append(path.mid(m_staging.size() + 1));
+            }
+        }
+        const QString manifest = m_staging + QLatin1Char('/') + QFExportManifest::fileName();
+        QFile file(manifest);
+        if (!file.open(QIODevice::WriteOnly) || file.write(QFExportManifest::serialize(files)) < 0 || !file.flush())
+            fail(QStringLiteral("Cannot write %1: %2.").arg(quoted(outputPath(manifest)), file.errorString()));
+    }
+
+    // Moves what the user added to an earlier export into the new site,
+    // refusing (with nothing moved) when the new site has something of the
+    // same name. Answers what was moved, for carryBack().
+    QStringList carryOver(const QStringList &found)
+    {
+        QStringList entries;
+        for (const QString &entry : found) {
+            // The entry, and no file where one of its folders would be.
+            for (qsizetype slash = 0; slash >= 0; slash = entry.indexOf(QLatin1Char('/'), slash + 1)) {
+                const QString prefix = entry.left(slash);
+                struct stat status;
+                if (!prefix.isEmpty()
+                    && ::lstat(QFile::encodeName(m_staging + QLatin1Char('/') + prefix).constData(), &status) == 0
+                    && !S_ISDIR(status.st_mode)) {
+                    refuseCarrying(entry);
+                }
+            }
+            struct stat status;
+            if (::lstat(QFile::encodeName(m_staging + QLatin1Char('/') + entry).constData(), &status) == 0) {
+                // An empty folder holds nothing to keep, and folders are not
+                // listed, so one the earlier export left empty is no clash.
+                if (S_ISDIR(status.st_mode) && isEmptyFolder(m_output + QLatin1Char('/') + entry))
+                    continue;
+                refuseCarrying(entry);
+            }
+            entries.append(entry);
+        }
+        QStringList moved;
+        for (const QString &entry : entries) {
+            const QString target = m_staging + QLatin1Char('/') + entry;
+            if (!QDir().mkpath(QFileInfo(target).absolutePath()) || !renamed(m_output + QLatin1Char('/') + entry, target)) {
+                const QString reason = systemError();
+                carryBack(moved);
+                fail(QStringLiteral("Cannot keep %1 in the new export: %2. Nothing was changed.")
+                         .arg(quoted(m_output + QLatin1Char('/') + entry), reason));
+            }
+            moved.append(entry);
+        }
+        return moved;
+    }
+
+    static bool isEmptyFolder(const QString &path)
+    {
+        struct stat status;
+        return ::lstat(QFile::encodeName(path).constData(), &status) == 0 && S_ISDIR(status.st_mode)
+            && QDir(path).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
+    }
+
+    [[noreturn]] void refuseCarrying(const QString &entry) const
+    {
+        fail(QStringLiteral("%1 was not written by an earlier export, and the new export writes something of that name. "
+                            "Nothing was changed; move it away and export again.")
+                 .arg(quoted(m_output + QLatin1Char('/') + entry)));
+    }
+
+    // Undoes carryOver() while the old folder is still in its place.
+    void carryBack(const QStringList &moved)
+    {
+        for (const QString &entry : moved)
+            renamed(m_staging + QLatin1Char('/') + entry, m_output + QLatin1Char('/') + entry);
+    }
+
     void commit()
     {
+        finishStaging();
+        // Looked at again: the folder may have changed during the export.
+        const QStringList carried = carryOver(entriesToCarry());
         QString old;
         if (QFileInfo::exists(m_output)) {
             const QFileInfo info(m_output);
             old = freeSideName(info.absolutePath(), QLatin1Char('.') + info.fileName() + QStringLiteral(".old-"), m_output);
-            if (!QDir().rename(m_output, old))
+            if (!renamed(m_output, old)) {
+                carryBack(carried);
                 fail(QStringLiteral("Cannot replace %1: it could not be moved aside.").arg(quoted(m_output)));
+            }
         }
-        if (!QDir().rename(m_staging, m_output)) {
-            if (!old.isEmpty())
-                QDir().rename(old, m_output);
-            fail(QStringLiteral("Cannot move the exported site into %1.").arg(quoted(m_output)));
+        if (!renamed(m_staging, m_output)) {
+            if (old.isEmpty() || renamed(old, m_output)) {
+                carryBack(carried);
+                fail(QStringLiteral("Cannot move the exported site into %1.").arg(quoted(m_output)));
+            }
+            // Neither folder is removed then: one holds the earlier export,
+            // the other what the user had added to it.
+            m_committed = true;
+            fail(QStringLiteral("Cannot move the exported site into %1; the earlier export is in %2 and the new one, "
+                                "with the files added to the earlier one, in %3.")
+                     .arg(quoted(m_output), quoted(old), quoted(m_staging)));
         }
         m_committed = true;
+        // Only the earlier export's own files are left in it; links in it
+        // are removed, never followed.
         if (!old.isEmpty())
             QDir(old).removeRecursively();
     }

@@ -34,10 +34,19 @@ class QFTextViewPluginClient;
 // plugins' scratch folders live beside it too for the export, so their files
 // are moved (renamed) into the output rather than copied.
 //
+// Nothing it did not write: the output folder may be missing, empty, or an
+// earlier export, known by the list of its files at its top
+// (QFExportManifest); anything else there is refused before the export
+// begins, and so is a symbolic link. What the user added to an earlier export
+// is moved into the new one untouched (refused when the new export writes
+// something of the same name). Files and folders of the site get the modes
+// the umask gives new ones.
+//
 // Errors: a QFException or QFAssertionFailure raised by a plugin reaches the
-// caller unchanged; the exporter's own failures (an output path that is a
-// file or holds the site document, a folder or file that cannot be written,
-// the final rename) raise QFException("Export Failed") naming the path.
+// caller unchanged; the exporter's own failures (an output path that may not
+// be replaced or holds the site document, a folder or file that cannot be
+// written, the final rename) raise QFException("Export Failed") naming the
+// path.
 //
 // Threads: export() may run on a worker thread while nothing else uses the
 // document; cancel() and the progress callback are safe from any thread

@@ -142,9 +142,9 @@ public:
     // Called by the host after the site was published (exported for the
     // web), once per page, on the main thread: the place for what a page
     // tells the world afterwards (the blog pings weblog directories). It
-    // reports its own problems (alerts) and must not throw. The base does
-    // nothing.
-    virtual void postPublishActions() {}
+    // reports its own problems (alerts) and must not throw; false when one of
+    // its actions failed. The base does nothing and answers true.
+    virtual bool postPublishActions() { return true; }
 
     // Progress of a running export in units of the plugin's choosing (posts,
     // pages): emits exportProgress(). Any thread.

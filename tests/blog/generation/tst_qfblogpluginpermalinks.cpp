@@ -144,6 +144,8 @@ private slots:
         QTest::newRow("empty location") << at("http://example.com/", "") << 0 << "http://example.com/files/";
         QTest::newRow("complete location replaces the base")
             << at("http://example.com/site/", "http://other.org/weblog") << 0 << "http://other.org/weblog/files/";
+        QTest::newRow("complete https location replaces the base")
+            << at("http://example.com/site/", "https://other.org/weblog") << 0 << "https://other.org/weblog/files/";
         QTest::newRow("consolidation mode 1 reduces the base to the site root")
             << at("http://blog.example.com/site/", "blog") << 1 << "http://blog.example.com/blog/files/";
         QTest::newRow("consolidation mode 1 with a root base") << at("http://example.com/", "blog") << 1 << "http://example.com/blog/files/";

@@ -221,6 +221,41 @@ private slots:
                    blog.posts().at(0)->setPodcast(writeFile(folder + "/talk.mp3", QByteArray(7, 'x')));
                })
             << "//item/enclosure/@url" << QStringList{"http://example.com/blog/files/podcast_1.mp3"};
+        // Doubled slashes are mended behind the scheme's "//" only, whatever its length.
+        QTest::newRow("https base keeps its scheme's slashes")
+            << Setup([](auto &blog, auto &params, auto &folder) {
+                   params.insert("base", "https://example.org/blog/");
+                   params.insert("location", "");
+                   params.insert("index", "index.html");
+                   blog.posts().at(0)->setPodcast(writeFile(folder + "/talk.mp3", QByteArray(7, 'x')));
+               })
+            << "//item/enclosure/@url" << QStringList{"https://example.org/blog/files/podcast_1.mp3"};
+        QTest::newRow("long scheme, location with a leading slash")
+            << Setup([](auto &blog, auto &params, auto &folder) {
+                   params.insert("base", "webdavs://example.org/");
+                   params.insert("location", "/cast");
+                   blog.posts().at(0)->setPodcast(writeFile(folder + "/talk.mp3", QByteArray(7, 'x')));
+               })
+            << "//item/enclosure/@url" << QStringList{"webdavs://example.org/cast/files/podcast_1.mp3"};
+        QTest::newRow("item image on https, location with a leading slash")
+            << Setup([](auto &blog, auto &params, auto &) {
+                   params.insert("base", "https://example.org/");
+                   params.insert("location", "/blog");
+                   blog.setEnableCustomiTunesTags(true);
+                   blog.posts().at(0)->setPodcastOverride(
+                       overrideWith({{"url", "https://cdn.example.org/1.mp3"}, {"size", 1}, {"type", "audio/mpeg"}}));
+                   QFBlogCustomiTunesTagsPtr tags = QFBlogCustomiTunesTags::tags();
+                   tags->setImageData(pngBytes(Qt::red));
+                   blog.posts().at(0)->setItunesTags(tags);
+               })
+            << "//item/itunes:image/@href" << QStringList{"https://example.org/blog/files/podcast_image_1.png"};
+        QTest::newRow("channel image, location with a leading slash")
+            << Setup([](auto &blog, auto &params, auto &) {
+                   params.insert("location", "/news");
+                   blog.setEnableCustomiTunesTags(true);
+                   blog.channelCustomiTunesTags()->setImageData(pngBytes(Qt::red));
+               })
+            << "//channel/itunes:image/@href" << QStringList{"http://example.com/news/files/podcast_channel.png"};
     }
 
     void channelAndItemElements()

@@ -9,8 +9,10 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <sys/stat.h>
 
 namespace {
 
@@ -78,6 +80,8 @@ public:
         const QString folder = tempFilesDirectory(QStringLiteral("Fixed"));
         scratchFolder = folder;
         writeText(folder + QStringLiteral("/feed.xml"), "<rss/>");
+        // A private scratch file is moved into the site as it is.
+        QFile::setPermissions(folder + QStringLiteral("/feed.xml"), QFile::ReadOwner | QFile::WriteOwner);
         for (int i = 1; i <= 3; ++i) {
             QString page = updatePageTemplate(QString::fromLatin1(pageTemplate), params, 1);
             page.replace(QLatin1String("%charset%"), params.value(QStringLiteral("pagecharset")).toString());
@@ -150,7 +154,8 @@ private slots:
     void parametersDescribeThePage();
     void failedOrCancelledExportLeavesOutputAsItWas_data();
     void failedOrCancelledExportLeavesOutputAsItWas();
-    void outputPathThatIsAFileIsRefused();
+    void replacesOnlyMissingEmptyOrExportedFolders_data();
+    void replacesOnlyMissingEmptyOrExportedFolders();
 
 private:
     FixedPlugin *addPage(const QString &fileName, const QString &title, const QString &folder = QString());
@@ -225,6 +230,7 @@ void tst_QFSiteExporter::placesPagesFilesAndThemeByDepth()
     const QString out = m_dir->filePath(QStringLiteral("out/"));
     QVERIFY(QDir().mkpath(out));
     writeText(out + QStringLiteral("stale.html"), "stale");
+    writeText(out + QStringLiteral(".quillfen-export"), "Quillfen export 1\nstale.html\n");
     const QFSiteExporter::Summary summary = exporter.exportTo(m_dir->filePath(QStringLiteral("out")));
 
     QCOMPARE(summary.pages, 2);
@@ -238,12 +244,15 @@ void tst_QFSiteExporter::placesPagesFilesAndThemeByDepth()
     for (const QString &file : std::as_const(pageFiles))
         expected << QStringLiteral("files/") + file << files + file;
     expected.sort();
-    QCOMPARE(tree(out), expected);
+    QCOMPARE(tree(out), QStringList{QStringLiteral(".quillfen-export")} + expected);
     QCOMPARE(summary.files, qint64(expected.size()));
     qint64 bytes = 0;
     for (const QString &file : std::as_const(expected))
         bytes += QFileInfo(out + file).size();
     QCOMPARE(summary.bytes, bytes);
+    // The list of what it wrote, for the next export.
+    QCOMPARE(readText(out + QStringLiteral(".quillfen-export")),
+             QStringLiteral("Quillfen export 1\n") + expected.join(QLatin1Char('\n')) + QLatin1Char('\n'));
     // Moved, not copied: the scratch folder is gone with the export.
     QVERIFY(!QFileInfo::exists(trips->scratchFolder));
     // A name listed twice holds the last item listed under it.
@@ -355,6 +364,7 @@ void tst_QFSiteExporter::failedOrCancelledExportLeavesOutputAsItWas()
     const QString out = parent + QStringLiteral("/www");
     QVERIFY(QDir().mkpath(out));
     writeText(out + QStringLiteral("/old.html"), "old site");
+    writeText(out + QStringLiteral("/.quillfen-export"), "Quillfen export 1\nold.html\n");
 
     QString raised;
     QFSiteExporter::Summary summary;
@@ -372,7 +382,7 @@ void tst_QFSiteExporter::failedOrCancelledExportLeavesOutputAsItWas()
     QCOMPARE(home->events, QStringLiteral("begin;content;end;"));
     QCOMPARE(failing->events, QStringLiteral("begin;content;end;"));
     QCOMPARE(failing->cancelled, error.isEmpty());
-    QCOMPARE(tree(out), QStringList{QStringLiteral("old.html")});
+    QCOMPARE(tree(out), (QStringList{QStringLiteral(".quillfen-export"), QStringLiteral("old.html")}));
     QCOMPARE(readText(out + QStringLiteral("/old.html")), QStringLiteral("old site"));
     // No staging or scratch folder is left beside it.
     QCOMPARE(QDir(parent).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
@@ -386,14 +396,121 @@ void tst_QFSiteExporter::failedOrCancelledExportLeavesOutputAsItWas()
     QVERIFY(!QFileInfo::exists(m_dir->filePath(QStringLiteral("new"))));
 }
 
-void tst_QFSiteExporter::outputPathThatIsAFileIsRefused()
+void tst_QFSiteExporter::replacesOnlyMissingEmptyOrExportedFolders_data()
 {
-    addPage(QStringLiteral("home"), QStringLiteral("Home"));
-    const QString file = m_dir->filePath(QStringLiteral("www"));
-    writeText(file, "a file");
+    QTest::addColumn<QString>("situation");
+    QTest::addColumn<QString>("error"); // empty: the export succeeds
+    QTest::addColumn<QStringList>("kept"); // files of the user's that stay as they were
+
+    QTest::newRow("missing") << "missing" << "" << QStringList{};
+    QTest::newRow("empty folder, umask 027") << "empty" << "" << QStringList{};
+    QTest::newRow("earlier export") << "export" << "" << QStringList{};
+    QTest::newRow("earlier export with files the user added")
+        << "added" << "" << QStringList{"out/.htaccess", "out/files/notes.txt", "out/.git/HEAD", "out/link/keep.txt"};
+    // Folders are not listed: an empty one where the export makes one is no clash.
+    QTest::newRow("earlier export that left a folder empty") << "hollow" << "" << QStringList{};
+    QTest::newRow("foreign files") << "foreign" << "holds no earlier Quillfen export (notes.txt)" << QStringList{"out/notes.txt"};
+    QTest::newRow(".git folder") << "git" << "holds no earlier Quillfen export (.git)" << QStringList{"out/.git/HEAD"};
+    QTest::newRow("a file instead of a folder") << "file" << "is a file, not a folder" << QStringList{"out"};
+    QTest::newRow("symbolic link to a folder") << "link" << "is a symbolic link" << QStringList{"outside/keep.txt"};
+    QTest::newRow("list naming a path outside") << "escape" << "line 2 is not a path inside the folder"
+                                                 << QStringList{"out/home.html", "outside/keep.txt"};
+    QTest::newRow("damaged list") << "damaged" << "its first line is not" << QStringList{"out/home.html"};
+    QTest::newRow("user's file where the export writes")
+        << "clash" << "out/quillfen.css\u201d was not written by an earlier export" << QStringList{"out/quillfen.css", "out/.htaccess"};
+}
+
+void tst_QFSiteExporter::replacesOnlyMissingEmptyOrExportedFolders()
+{
+    QFETCH(QString, situation);
+    QFETCH(QString, error);
+    QFETCH(QStringList, kept);
+
+    // The modes follow the umask, whatever it is.
+    const bool strict = situation == QLatin1String("empty");
+    const mode_t umask = ::umask(strict ? 027 : 022);
+    const auto folderMode = QFile::Permissions::fromInt(strict ? 0x7750 : 0x7755);
+    const auto fileMode = QFile::Permissions::fromInt(strict ? 0x6640 : 0x6644);
+    const auto restoreUmask = qScopeGuard([umask] { ::umask(umask); });
+    // A copied file keeps its source's mode, which a web server may not read.
+    QVERIFY(QFile::setPermissions(m_factory.sharedFiles.constFirst(), QFile::ReadOwner | QFile::WriteOwner));
+    addPage(QStringLiteral("home.html"), QStringLiteral("Home"));
+    addPage(QStringLiteral("trips"), QStringLiteral("Trips"), QStringLiteral("travel"));
     QFSiteExporter exporter(*m_document, &m_registry);
-    QVERIFY_THROWS_EXCEPTION(QFException, exporter.exportTo(file));
-    QCOMPARE(readText(file), QStringLiteral("a file"));
+    const QString out = m_dir->filePath(QStringLiteral("out"));
+    const QString manifest = out + QStringLiteral("/.quillfen-export");
+    QVERIFY(QDir().mkpath(m_dir->filePath(QStringLiteral("outside"))));
+    writeText(m_dir->filePath(QStringLiteral("outside/keep.txt")), "keep");
+
+    if (QStringList{"export", "added", "clash", "escape", "damaged", "hollow"}.contains(situation))
+        exporter.exportTo(out);
+    if (situation == QLatin1String("hollow")) {
+        QVERIFY(QDir(out + QStringLiteral("/travel")).removeRecursively() && QDir().mkpath(out + QStringLiteral("/travel")));
+        QStringList lines = readText(manifest).split(QLatin1Char('\n'));
+        lines.removeIf([](const QString &line) { return line.startsWith(QLatin1String("travel/")); });
+        writeText(manifest, lines.join(QLatin1Char('\n')).toUtf8());
+    }
+    if (situation == QLatin1String("empty") || situation == QLatin1String("foreign"))
+        QVERIFY(QDir().mkpath(out));
+    if (situation == QLatin1String("foreign"))
+        writeText(out + QStringLiteral("/notes.txt"), "notes");
+    if (situation == QLatin1String("added") || situation == QLatin1String("git")) {
+        QVERIFY(QDir().mkpath(out + QStringLiteral("/.git")));
+        writeText(out + QStringLiteral("/.git/HEAD"), "ref: refs/heads/main");
+    }
+    if (situation == QLatin1String("added") || situation == QLatin1String("clash"))
+        writeText(out + QStringLiteral("/.htaccess"), "Options -Indexes");
+    if (situation == QLatin1String("added")) {
+        writeText(out + QStringLiteral("/files/notes.txt"), "mine");
+        QVERIFY(QFile::link(QStringLiteral("../outside"), out + QStringLiteral("/link")));
+    }
+    if (situation == QLatin1String("file"))
+        writeText(out, "a file");
+    if (situation == QLatin1String("link"))
+        QVERIFY(QFile::link(m_dir->filePath(QStringLiteral("outside")), out));
+    if (situation == QLatin1String("escape"))
+        writeText(manifest, "Quillfen export 1\n../outside/keep.txt\n");
+    if (situation == QLatin1String("damaged"))
+        writeText(manifest, "home.html\n");
+    if (situation == QLatin1String("clash")) {
+        writeText(manifest, readText(manifest).remove(QStringLiteral("quillfen.css\n")).toUtf8());
+        writeText(out + QStringLiteral("/quillfen.css"), "mine");
+    }
+    QMap<QString, QString> before;
+    for (const QString &file : std::as_const(kept))
+        before.insert(file, readText(m_dir->filePath(file)));
+    const QStringList exported = tree(out);
+
+    try {
+        exporter.exportTo(out);
+        QVERIFY2(error.isEmpty(), "the export was not refused");
+    } catch (const QFException &e) {
+        QVERIFY2(e.reason().contains(error) && !error.isEmpty(), qPrintable(e.reason()));
+        QVERIFY2(e.reason().contains(out), qPrintable(e.reason()));
+        QCOMPARE(tree(out), exported);
+    }
+    for (const QString &file : std::as_const(kept))
+        QCOMPARE(readText(m_dir->filePath(file)), before.value(file));
+    QCOMPARE(readText(m_dir->filePath(QStringLiteral("outside/keep.txt"))), QStringLiteral("keep"));
+    // No staging or scratch folder is left beside it.
+    QCOMPARE(QDir(m_dir->path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+             (QStringList{QStringLiteral("out"), QStringLiteral("outside"), QStringLiteral("shared.png")}));
+    if (!error.isEmpty())
+        return;
+
+    // What the user added stays what it was, a link included.
+    QVERIFY(!situation.startsWith(QLatin1String("added")) || QFileInfo(out + QStringLiteral("/link")).isSymLink());
+    // Readable by a web server: the modes the umask gives new files and folders.
+    QCOMPARE(QFileInfo(out).permissions() & 0x7777, folderMode);
+    QCOMPARE(QFileInfo(out + QStringLiteral("/common/shared.png")).permissions() & 0x7777, fileMode);
+    const QStringList listed = readText(manifest).split(QLatin1Char('\n'), Qt::SkipEmptyParts).mid(1);
+    QVERIFY(listed.contains(QStringLiteral("common/shared.png")) && listed.contains(QStringLiteral("travel/files/feed.xml")));
+    for (const QString &file : listed) {
+        QCOMPARE(QFileInfo(out + QLatin1Char('/') + file).permissions() & 0x7777, fileMode);
+        QCOMPARE(QFileInfo(QFileInfo(out + QLatin1Char('/') + file).absolutePath()).permissions() & 0x7777, folderMode);
+    }
+    for (const QString &file : kept)
+        QVERIFY2(!listed.contains(file.mid(4)), qPrintable(file));
 }
 
 QTEST_GUILESS_MAIN(tst_QFSiteExporter)
