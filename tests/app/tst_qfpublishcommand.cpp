@@ -122,6 +122,10 @@ void tst_QFPublishCommand::pingReportsEachService_data()
     QTest::newRow("server text on one line, cut")
         << R"([{"name":"strict","url":"SERVER/forge","rpc":true}])" << 1 << "strict: failed: " + forged + "\n"
         << "Ping failed for blog 'strict': " + forged + "\n" << 0;
+    // A service's name may come from an imported page package.
+    QTest::newRow("service names on one line")
+        << R"([{"name":"bad\nother: ok","url":"SERVER/bad","rpc":true},{"name":"next\u202e","url":"SERVER/good","rpc":true}])"
+        << 1 << "bad other: ok: failed: Rejected\nnext: not pinged\n" << "Ping failed for blog 'bad other: ok': Rejected" << 0;
 }
 
 void tst_QFPublishCommand::pingReportsEachService()

@@ -55,6 +55,7 @@ int QFBlogPingCommand::run(const QStringList &arguments, QFCommandContext &conte
         }
     }
     for (qsizetype i = outcomes.size(); i < services.size(); ++i)
-        context.out() << services.at(i).toMap().value(QStringLiteral("name")).toString() << ": not pinged\n";
+        context.out() << QFBlogPluginPing::printableServerText(services.at(i).toMap().value(QStringLiteral("name")).toString())
+                      << ": not pinged\n";
     return failed ? 1 : 0;
 }

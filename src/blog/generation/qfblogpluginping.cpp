@@ -112,7 +112,7 @@ QList<QFBlogPluginPing::Outcome> QFBlogPluginPing::pingNow()
     for (const QVariant &item : settings) {
         const QVariantMap setting = item.toMap();
         Outcome outcome;
-        outcome.name = setting.value(QStringLiteral("name")).toString();
+        outcome.name = printableServerText(setting.value(QStringLiteral("name")).toString());
         outcome.failure = pingService(setting);
         outcomes.append(outcome);
         if (outcome.failure) {
@@ -139,7 +139,8 @@ bool QFBlogPluginPing::runPingSettings(const QVariantMap &settings)
 
 void QFBlogPluginPing::showFailure(const QVariantMap &settings, const QString &reason)
 {
-    QString name = settings.value(QStringLiteral("name")).toString();
+    // A service's name may come from an imported package: shown as server text is.
+    QString name = printableServerText(settings.value(QStringLiteral("name")).toString());
     if (name.isEmpty())
         name = QStringLiteral("Unknown Directory");
     QFAlertRequest failed;
