@@ -7,8 +7,6 @@
 #include <QRegularExpression>
 #include <QXmlStreamReader>
 
-#include <limits>
-
 namespace {
 
 enum class Kind { Plist, Array, Dict };
