@@ -27,6 +27,11 @@ QString quoted(const QString &path)
     return QStringLiteral("\u201c%1\u201d").arg(QDir::toNativeSeparators(path));
 }
 
+QString countText(qsizetype count)
+{
+    return count == 1 ? QStringLiteral("1 entry") : QStringLiteral("%1 entries").arg(count);
+}
+
 // What the package says about its size, for the summary line: the number of
 // entries of its lowest version's data, when that has an "Entries" list.
 QString entriesText(const CVSandwich &sandwich)
@@ -35,8 +40,7 @@ QString entriesText(const CVSandwich &sandwich)
     if (versions.isEmpty())
         return QStringLiteral("no entries");
     const QVariant entries = sandwich.fillingForVersion(versions.constFirst())->dictionary().value(QStringLiteral("Entries"));
-    const qsizetype count = entries.typeId() == QMetaType::QVariantList ? entries.toList().size() : 0;
-    return count == 1 ? QStringLiteral("1 entry") : QStringLiteral("%1 entries").arg(count);
+    return countText(entries.typeId() == QMetaType::QVariantList ? entries.toList().size() : 0);
 }
 
 // The page PAGE names, among the pages of every plugin in the site, in the
@@ -111,11 +115,25 @@ int runImport(const QFCommandArguments &parsed, QFCommandContext &context)
                           QStringLiteral("The package %1 holds a page of type \u201c%2\u201d, which no installed plugin reads.")
                               .arg(quoted(in), sandwich->type()));
     }
+    // Files the package names on this computer are listed, and kept only
+    // when the user said so beforehand.
+    CVSandwichImport import;
+    const bool keepPaths = parsed.isSet(QStringLiteral("keep-podcast-paths"));
+    import.keepLocalPaths = [keepPaths](const QList<CVSandwichImport::LocalPath> &) { return keepPaths; };
     std::unique_ptr<QFTextViewPluginClient> plugin;
     try {
-        plugin = CVSandwichMaking::createWithSandwich(*sandwich);
+        plugin = CVSandwichMaking::createWithSandwich(*sandwich, import);
     } catch (const QFException &e) {
         throw QFException(e.name(), QStringLiteral("The package %1 cannot be used: %2").arg(quoted(in), e.reason()));
+    }
+    if (!import.localPaths.isEmpty()) {
+        context.err() << "The package names files on this computer as podcasts:\n";
+        for (const CVSandwichImport::LocalPath &local : std::as_const(import.localPaths))
+            context.err() << "  " << local.owner << ": " << quoted(local.path) << '\n';
+        if (import.localPathsKept)
+            context.err() << "They were kept (--keep-podcast-paths); an export publishes these files.\n";
+        else
+            context.err() << "They were dropped from their posts. Import again with --keep-podcast-paths to keep them.\n";
     }
 
     const std::unique_ptr<QFSiteDocument> document = context.openDocument(sitePath);
@@ -128,7 +146,8 @@ int runImport(const QFCommandArguments &parsed, QFCommandContext &context)
     const QString title = parsed.isSet(QStringLiteral("title")) ? parsed.value(QStringLiteral("title")) : pluginName;
     const QFPage page = document->addPage(std::move(plugin), fileName, title, QString(), factory->pluginIdentifier);
     context.saveDocument(*document);
-    context.out() << "Imported page \u201c" << page.fileName << "\u201d (" << entriesText(*sandwich) << ") into "
+    context.out() << "Imported page \u201c" << page.fileName << "\u201d ("
+                  << (import.itemCount ? countText(*import.itemCount) : entriesText(*sandwich)) << ") into "
                   << quoted(sitePath) << ".\n";
     return 0;
 }
@@ -139,6 +158,7 @@ const char *QFPageCommand::help()
 {
     return "Usage: quillfen page export SITE PAGE OUT.qfpage\n"
            "       quillfen page import SITE IN.qfpage [--name NAME] [--title TITLE]\n"
+           "                                [--keep-podcast-paths]\n"
            "\n"
            "Moves a whole page (a blog with its posts, categories and settings) from\n"
            "one site to another as a page package.\n"
@@ -150,18 +170,24 @@ const char *QFPageCommand::help()
            "\n"
            "  --name NAME     the new page's file name (default: the plugin's name);\n"
            "                  \"-2\", \"-3\" … is added when a page has it already\n"
-           "  --title TITLE   the new page's title (default: the plugin's name)\n";
+           "  --title TITLE   the new page's title (default: the plugin's name)\n"
+           "  --keep-podcast-paths\n"
+           "                  keep the podcast files the package names by their path\n"
+           "                  on this computer; without it they are listed and dropped,\n"
+           "                  since an export would publish whatever file they name\n";
 }
 
 int QFPageCommand::run(const QStringList &arguments, QFCommandContext &context)
 {
-    const QFCommandArguments parsed(arguments, {Option{QStringLiteral("name"), true}, Option{QStringLiteral("title"), true}});
+    const QFCommandArguments parsed(arguments, {Option{QStringLiteral("name"), true}, Option{QStringLiteral("title"), true},
+                                                Option{QStringLiteral("keep-podcast-paths"), false}});
     if (parsed.positional().isEmpty())
         QFCommandArguments::usageError(QStringLiteral("say export or import"));
     const QString action = parsed.positional().constFirst();
     if (action == QLatin1String("export")) {
-        if (parsed.isSet(QStringLiteral("name")) || parsed.isSet(QStringLiteral("title")))
-            QFCommandArguments::usageError(QStringLiteral("--name and --title belong to import"));
+        if (parsed.isSet(QStringLiteral("name")) || parsed.isSet(QStringLiteral("title"))
+            || parsed.isSet(QStringLiteral("keep-podcast-paths")))
+            QFCommandArguments::usageError(QStringLiteral("--name, --title and --keep-podcast-paths belong to import"));
         return runExport(parsed, context);
     }
     if (action == QLatin1String("import"))

@@ -5,7 +5,8 @@
 class QFCommandContext;
 
 // `quillfen page export SITE PAGE OUT.qfpage` and
-// `quillfen page import SITE IN.qfpage [--name NAME] [--title TITLE]`: a whole
+// `quillfen page import SITE IN.qfpage [--name NAME] [--title TITLE]
+// [--keep-podcast-paths]`: a whole
 // page moved between sites as a page package (docs/FORMATS.md, "Page
 // package").
 //
@@ -17,8 +18,11 @@ class QFCommandContext;
 // site's pages under a file name no top-level page has yet (NAME, or the
 // plugin's name in lower case, then "-2", "-3" …), and saves the site once.
 // A package that cannot be read or used is refused before the site is
-// touched. Both print one line: the page's file name and its number of
-// entries (the "Entries" of the package's data, when it has such a list).
+// touched. Files the package names by their path on this computer (podcasts)
+// are listed on standard error and kept only with --keep-podcast-paths. Both
+// print one line: the page's file name and its number of entries (export:
+// the "Entries" of the package's data; import: the posts rebuilt, as the
+// plugin reports them).
 // Failures raise QFException for the command table to report (exit 1).
 class QFPageCommand final
 {

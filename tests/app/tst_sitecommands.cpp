@@ -4,9 +4,11 @@
 #include "qfkit/sandwich/cvsandwich.h"
 #include "qfkit/sandwich/cvsandwichfilling.h"
 #include "qfkit/sandwich/qfpagepackagewriter.h"
+#include "qfkit/text/qfstyledtext.h"
 
 #include <QDirIterator>
 #include <QRegularExpression>
+#include <QTimeZone>
 #include <QtTest>
 
 // `quillfen export`, `links` and `page`, the commands that take a site as a
@@ -27,9 +29,14 @@ private slots:
     void importNamesThePageUniquely();
     void refusedPackagesLeaveTheSiteAlone_data();
     void refusedPackagesLeaveTheSiteAlone();
+    void packagesCarryEveryYearAndNoPrivateFile();
+    void hostilePackagesAreToldApart_data();
+    void hostilePackagesAreToldApart();
 
 private:
     QStringList pageNames(const QString &site) const;
+    // The posts of a blog page of the site, as compact JSON without IDs.
+    QStringList postsOf(const QString &page) const;
     // Every file below the folder, by relative path.
     QMap<QString, QByteArray> tree(const QString &folder) const;
 
@@ -54,6 +61,18 @@ QStringList tst_SiteCommands::pageNames(const QString &site) const
     for (const QJsonValue &page : m_f->run({"info", site, "--json"}).json().object().value("pages").toArray())
         names.append(page.toObject().value("name").toString() + u'|' + page.toObject().value("title").toString());
     return names;
+}
+
+QStringList tst_SiteCommands::postsOf(const QString &page) const
+{
+    QStringList posts;
+    for (const QJsonValue &value : m_f->run({"post", "list", "SITE", "--page", page, "--json"}).json().array()) {
+        QJsonObject post = value.toObject();
+        post.remove(QStringLiteral("id"));
+        post.remove(QStringLiteral("guid"));
+        posts.append(QString::fromUtf8(QJsonDocument(post).toJson(QJsonDocument::Compact)));
+    }
+    return posts;
 }
 
 QMap<QString, QByteArray> tst_SiteCommands::tree(const QString &folder) const
@@ -256,6 +275,132 @@ void tst_SiteCommands::refusedPackagesLeaveTheSiteAlone()
     QVERIFY(run.out.isEmpty());
     QCOMPARE(m_f->read(m_f->site), before);
     QCOMPARE(m_f->names(), names);
+}
+
+// Posts of any year travel to the second; a podcast path, which names a file
+// of this computer, travels only when the importer says so.
+void tst_SiteCommands::packagesCarryEveryYearAndNoPrivateFile()
+{
+    const QString talk = m_f->write("talk.mp3", "sound");
+    QF_VERIFY_RUN(m_f->run("post|add|SITE|--title|Founding|--date|1900-01-01T00:00:00Z"));
+    QF_VERIFY_RUN(m_f->run("post|add|SITE|--title|Far ahead|--date|2150-06-30T12:34:56Z|--podcast|DIR/talk.mp3"));
+    const QuillfenRun exported = m_f->run("page export SITE blog DIR/blog.qfpage");
+    QVERIFY2(exported.code == 0, qPrintable(exported.err));
+
+    const QuillfenRun dropped = m_f->run("page import SITE DIR/blog.qfpage");
+    QVERIFY2(dropped.code == 0, qPrintable(dropped.err));
+    QVERIFY2(dropped.out.contains(QStringLiteral("(5 entries)")), qPrintable(dropped.out));
+    QVERIFY2(dropped.err.contains(QStringLiteral("post \u201cFar ahead\u201d: \u201c%1\u201d").arg(talk))
+                 && dropped.err.contains(QStringLiteral("dropped")),
+             qPrintable(dropped.err));
+    const QuillfenRun kept = m_f->run("page import SITE DIR/blog.qfpage --keep-podcast-paths");
+    QVERIFY2(kept.code == 0 && kept.err.contains(QStringLiteral("kept")), qPrintable(kept.err));
+
+    const QStringList original = postsOf("blog");
+    QCOMPARE(original.size(), 5);
+    QVERIFY(original.join(u'\n').contains(talk));
+    // Dates are listed in the local zone, so they are compared as instants.
+    QMap<QString, QDateTime> dates;
+    for (const QString &post : original) {
+        const QJsonObject object = QJsonDocument::fromJson(post.toUtf8()).object();
+        dates.insert(object.value("title").toString(), QDateTime::fromString(object.value("date").toString(), Qt::ISODate));
+    }
+    QCOMPARE(dates.value("Founding"), QDateTime(QDate(1900, 1, 1), QTime(0, 0), QTimeZone::utc()));
+    QCOMPARE(dates.value("Far ahead"), QDateTime(QDate(2150, 6, 30), QTime(12, 34, 56), QTimeZone::utc()));
+    QCOMPARE(postsOf("blog-3"), original);
+    QStringList withoutPodcast = original;
+    withoutPodcast.replaceInStrings(QStringLiteral("\"%1\"").arg(talk), QStringLiteral("null"));
+    QCOMPARE(postsOf("blog-2"), withoutPodcast);
+}
+
+void tst_SiteCommands::hostilePackagesAreToldApart_data()
+{
+    QTest::addColumn<QVariantMap>("blog");     // the package's data
+    QTest::addColumn<QStringList>("files");    // the post files it holds
+    QTest::addColumn<QString>("options");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("out");          // part of the output
+    QTest::addColumn<QStringList>("err");      // parts of the error output
+    QTest::addColumn<QStringList>("podcasts"); // of the imported posts
+
+    using L = QVariantList;
+    using M = QVariantMap;
+    const auto post = [](const QString &title, int id, const M &more = {}) {
+        M made{{"Title", title}, {"ID", id}, {"PublishStatus", 1}};
+        made.insert(more);
+        return made;
+    };
+    const M evil = post("Evil", 1, {{"PodcastFilename", "/etc/passwd"},
+                                    {"PodcastOverride", M{{"override", true}, {"type", "audio/mpeg"}, {"size", 10}}}});
+    const M referenced = post("Linked", 1, {{"PodcastReference", M{{"absolutePath", "/home/someone/.ssh/id_rsa"},
+                                                                     {"relativePath", "../.ssh/id_rsa"}}}});
+    const QStringList both{"1-Body.as", "1-Summary.as", "2-Body.as", "2-Summary.as"};
+    const QString refused = "The package";
+
+    QTest::newRow("podcast path naming a private file")
+        << M{{"Entries", L{evil}}} << both << "" << 0 << "(1 entry)"
+        << QStringList{"post \u201cEvil\u201d: \u201c/etc/passwd\u201d", "dropped", "--keep-podcast-paths"} << QStringList{""};
+    QTest::newRow("podcast path kept when asked")
+        << M{{"Entries", L{evil}}} << both << "|--keep-podcast-paths" << 0 << "(1 entry)"
+        << QStringList{"post \u201cEvil\u201d: \u201c/etc/passwd\u201d", "kept"} << QStringList{"/etc/passwd"};
+    QTest::newRow("file reference leading elsewhere")
+        << M{{"Entries", L{referenced}}} << both << "" << 0 << "(1 entry)"
+        << QStringList{"\u201c/home/someone/.ssh/id_rsa\u201d", "\u201c../.ssh/id_rsa\u201d", "dropped"} << QStringList{""};
+    QTest::newRow("body file missing")
+        << M{{"Entries", L{post("Whole", 1), post("Bodiless", 2)}}} << QStringList{"1-Body.as", "1-Summary.as", "2-Summary.as"}
+        << "" << 0 << "(2 entries)" << QStringList{"could not be read completely", "\"Bodiless\""} << QStringList{"", ""};
+    QTest::newRow("summary file missing")
+        << M{{"Entries", L{post("Whole", 1), post("Summaryless", 2)}}} << QStringList{"1-Body.as", "1-Summary.as", "2-Body.as"}
+        << "" << 0 << "(2 entries)" << QStringList{"\"Summaryless\""} << QStringList{"", ""};
+    QTest::newRow("wrongly typed post left out")
+        << M{{"Entries", L{post("Whole", 1), post("Typed", 2, {{"ID", "seven"}})}}} << both << "" << 0 << "(1 entry)"
+        << QStringList{"\"Typed\"", "left out"} << QStringList{""};
+    QTest::newRow("no post at all left out")
+        << M{{"Entries", L{post("Whole", 1), "a post, honestly"}}} << both << "" << 0 << "(1 entry)"
+        << QStringList{"left out"} << QStringList{""};
+    QTest::newRow("LastID that would overflow")
+        << M{{"Entries", L{post("Whole", 1)}}, {"LastID", 2147483647}} << both << "" << 1 << ""
+        << QStringList{refused, "LastID", "2147483647"} << QStringList{};
+    QTest::newRow("LastID beyond any int")
+        << M{{"Entries", L{post("Whole", 1)}}, {"LastID", qint64(1) << 40}} << both << "" << 1 << ""
+        << QStringList{refused, "LastID"} << QStringList{};
+    QTest::newRow("dates of any year")
+        << M{{"Entries", L{post("Old", 1, {{"Posted", QDateTime(QDate(1900, 1, 1), QTime(0, 0), QTimeZone::utc())}}),
+                           post("New", 2, {{"Posted", QDateTime(QDate(2150, 6, 30), QTime(12, 34, 56), QTimeZone::utc())}})}}}
+        << both << "" << 0 << "(2 entries)" << QStringList{} << QStringList{"", ""};
+}
+
+void tst_SiteCommands::hostilePackagesAreToldApart()
+{
+    QFETCH(QVariantMap, blog);
+    QFETCH(QStringList, files);
+    QFETCH(QString, options);
+    QFETCH(int, code);
+    QFETCH(QString, out);
+    QFETCH(QStringList, err);
+    QFETCH(QStringList, podcasts);
+
+    CVSandwich sandwich(QStringLiteral("Quillfen Blog Page Data"));
+    auto filling = std::make_shared<CVSandwichFilling>(blog);
+    for (const QString &name : files)
+        filling->addFile(name, m_f->write(name, QFStyledText(QStringLiteral("Words")).toKeyedArchive()));
+    sandwich.setFilling(filling, 0);
+    QFPagePackageWriter().write(sandwich, m_f->path("hostile.qfpage"));
+    const QByteArray before = m_f->read(m_f->site);
+
+    const QuillfenRun run = m_f->run("page|import|SITE|DIR/hostile.qfpage" + options);
+    QVERIFY2(run.code == code, qPrintable(QStringLiteral("exit %1: %2").arg(run.code).arg(run.err)));
+    QVERIFY2(run.out.contains(out), qPrintable(run.out));
+    for (const QString &part : std::as_const(err))
+        QVERIFY2(run.err.contains(part), qPrintable(part + QStringLiteral(" not in: ") + run.err));
+    if (code != 0) {
+        QCOMPARE(m_f->read(m_f->site), before);
+        return;
+    }
+    QStringList imported;
+    for (const QJsonValue &value : m_f->run("post list SITE --page blog-2 --json").json().array())
+        imported.append(value[QStringLiteral("podcast")].toString());
+    QCOMPARE(imported, podcasts);
 }
 
 QTEST_GUILESS_MAIN(tst_SiteCommands)

@@ -2,6 +2,7 @@
 
 #include "blog/plugin/qfblogplugin.h"
 #include "qfkit/document/qfcommandcontext.h"
+#include "qfkit/document/qfpropertytext.h"
 #include "qfkit/document/qfsitedocument.h"
 #include "qfkit/support/qfexception.h"
 #include "qfkit/text/qfstyledtext.h"
@@ -50,7 +51,7 @@ QJsonObject postJson(const QFBlogEntry &entry, bool full)
     post.insert(QStringLiteral("title"), entry.title());
     const QDateTime date = entry.date();
     post.insert(QStringLiteral("date"), date.isValid()
-                    ? QJsonValue(date.toOffsetFromUtc(date.offsetFromUtc()).toString(Qt::ISODate))
+                    ? QJsonValue(QFPropertyText::format(date))
                     : QJsonValue(QJsonValue::Null));
     post.insert(QStringLiteral("draft"), entry.isDraft());
     QJsonArray categories;

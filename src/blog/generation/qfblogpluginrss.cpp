@@ -509,6 +509,13 @@ QString QFBlogPluginRSS::podcastRss(const Context &context, const QFBlogEntryPtr
 
     QString url = Override::url(podcastOverride).value_or(QString());
     if (url.isEmpty()) {
+        // Only a regular file is published: a device or a FIFO would never
+        // end copying (or hand out whatever it streams), a folder is no
+        // podcast. A symbolic link is followed, as when the size is taken.
+        if (!QFileInfo(path).isFile()) {
+            m_plugin.addExportError(L("PodcastIsNoRegularFileMessage").arg(path, title));
+            return QString();
+        }
         const QString fileName = enclosureFileName(entry);
         const QString copy = context.directory + QLatin1Char('/') + fileName;
         if (context.directory.isEmpty() || (QFileInfo::exists(copy) && !QFile::remove(copy))

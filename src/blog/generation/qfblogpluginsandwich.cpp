@@ -12,12 +12,15 @@
 #include "qfkit/sandwich/cvsandwichmaking.h"
 #include "qfkit/support/qfalert.h"
 #include "qfkit/support/qfexception.h"
+#include "qfkit/support/qffilereference.h"
 #include "qfkit/support/qflog.h"
 
 #include <QDir>
 #include <QFile>
 #include <QHash>
 #include <QTemporaryFile>
+
+#include <limits>
 
 namespace {
 
@@ -33,6 +36,21 @@ void setIfNotNull(QVariantMap &dictionary, const QString &key, const QString &va
 {
     if (!value.isNull())
         dictionary.insert(key, value);
+}
+
+// A post of the package that the blog cannot hold, told to the user by its
+// title (or its place in the package when the title is unreadable).
+void alertPostLeftOut(const QVariant &post, qsizetype position)
+{
+    const QVariant title = post.toMap().value(QStringLiteral("Title"));
+    const QString name = title.typeId() == QMetaType::QString && !title.toString().isEmpty()
+                             ? title.toString()
+                             : QStringLiteral("%1 %2").arg(L("NoTitle")).arg(position);
+    QFAlertRequest request;
+    request.style = QFAlertRequest::Style::Warning;
+    request.messageText = L("CouldNotReadBlogEntryTitle");
+    request.informativeText = L("CouldNotReadBlogEntryLeftOutFormatString").arg(name);
+    QFAlert::runAlert(request);
 }
 
 // The whole file, or null when there is no name or it cannot be read.
@@ -227,6 +245,14 @@ std::unique_ptr<CVSandwich> QFBlogPluginSandwich::sandwich()
 std::unique_ptr<QFBlogPlugin> QFBlogPluginSandwich::createWithSandwich(const CVSandwich &sandwich,
                                                                        const QFTextViewPluginClient::Clock &clock)
 {
+    CVSandwichImport import;
+    return createWithSandwich(sandwich, import, clock);
+}
+
+std::unique_ptr<QFBlogPlugin> QFBlogPluginSandwich::createWithSandwich(const CVSandwich &sandwich,
+                                                                       CVSandwichImport &import,
+                                                                       const QFTextViewPluginClient::Clock &clock)
+{
     if (sandwich.type() != sandwichType()) {
         throw QFException(QStringLiteral("Malformed Package"),
                           QStringLiteral("A package of type \u201c%1\u201d holds no blog page.").arg(sandwich.type()));
@@ -253,7 +279,21 @@ std::unique_ptr<QFBlogPlugin> QFBlogPluginSandwich::createWithSandwich(const CVS
     ifPresent(d.string(QStringLiteral("RSSCreator")), [&p](const QString &v) { p.setRssCreator(v); });
     ifPresent(d.string(QStringLiteral("RSSCopyrightText")), [&p](const QString &v) { p.setRssCopyright(v); });
     ifPresent(d.string(QStringLiteral("RSSLanguage")), [&p](const QString &v) { p.setRssLanguage(v); });
-    ifPresent(d.integer(QStringLiteral("LastID")), [&p](int v) { p.setLastID(v); });
+    const QVariantList entries = d.list(kEntriesKey).value_or(QVariantList());
+    if (const std::optional<qint64> lastID = d.number(QStringLiteral("LastID"))) {
+        // Every post may draw a new ID while duplicates are repaired, and
+        // the blog must still be able to number one more.
+        const qint64 highest = qint64(std::numeric_limits<int>::max()) - entries.size() - 1;
+        if (*lastID < 0 || *lastID > highest) {
+            throw QFException(QStringLiteral("Malformed Package"),
+                              QStringLiteral("The blog page package numbers its posts from %1 on (\u201cLastID\u201d); "
+                                             "with %2 posts it must lie between 0 and %3.")
+                                  .arg(*lastID)
+                                  .arg(entries.size())
+                                  .arg(highest));
+        }
+        p.setLastID(int(*lastID));
+    }
     ifPresent(d.string(QStringLiteral("DateSeparatorText1")), [&p](const QString &v) { p.setDateSeperator1(v); });
     ifPresent(d.string(QStringLiteral("DateSeparatorText2")), [&p](const QString &v) { p.setDateSeperator2(v); });
     ifPresent(d.string(QStringLiteral("DateSeparatorText3")), [&p](const QString &v) { p.setDateSeperator3(v); });
@@ -326,25 +366,55 @@ std::unique_ptr<QFBlogPlugin> QFBlogPluginSandwich::createWithSandwich(const CVS
     emit p.categoriesChanged();
 
     emit p.blogEntriesAboutToChange();
-    const QVariantList entries = d.list(kEntriesKey).value_or(QVariantList());
     const auto fileFor = [&filling, count = entries.size()](qsizetype position, const char *name) {
         return filling->pathForFile(renamedFileName(position, count, QString::fromLatin1(name)));
     };
     for (qsizetype i = 0; i < entries.size(); ++i) {
+        const qsizetype position = i + 1;
         if (entries.at(i).typeId() != QMetaType::QVariantMap) {
-            qfLog(QStringLiteral("Blog Plugin: skipped post %1 of the page package: it is no dictionary").arg(i + 1));
+            qfLog(QStringLiteral("Blog Plugin: skipped post %1 of the page package: it is no dictionary").arg(position));
+            alertPostLeftOut(entries.at(i), position);
             continue;
         }
-        const qsizetype position = i + 1;
         const QFBlogEntryPtr entry = QFBlogEntry::createWithSandwichDictionary(
             entries.at(i).toMap(), fileFor(position, "Body.as"), fileFor(position, "Summary.as"), &p,
             fileFor(position, "ITunesImage.data"));
-        if (!entry)
+        if (!entry) {
+            alertPostLeftOut(entries.at(i), position);
             continue;
+        }
         entry->setBlogPlugin(&p);
         p._blogEntries.append(entry);
     }
     emit p.blogEntriesChanged();
+    import.itemCount = p._blogEntries.size();
+
+    // A podcast path names a file on this computer, not in the package: kept
+    // only on the importer's word, so a package cannot make the next export
+    // publish a private file.
+    QList<QFBlogEntryPtr> withPaths;
+    for (const QFBlogEntryPtr &entry : std::as_const(p._blogEntries)) {
+        // The reference leads to a file as well once the site is opened
+        // (documentWasLoaded), so its paths are listed too.
+        QStringList paths{entry->podcast()};
+        if (const QFFileReferencePtr &reference = entry->podcastReference())
+            paths << reference->absolutePath() << reference->relativePath();
+        paths.removeAll(QString());
+        paths.removeDuplicates();
+        if (paths.isEmpty())
+            continue;
+        withPaths.append(entry);
+        const QString owner = QStringLiteral("post \u201c%1\u201d").arg(entry->titleOrNoTitle());
+        for (const QString &path : std::as_const(paths))
+            import.localPaths.append({owner, path});
+    }
+    import.localPathsKept = !withPaths.isEmpty() && import.keepLocalPaths && import.keepLocalPaths(import.localPaths);
+    if (!import.localPathsKept) {
+        for (const QFBlogEntryPtr &entry : std::as_const(withPaths)) {
+            entry->setPodcast(QString());
+            entry->setPodcastReference(nullptr);
+        }
+    }
 
     ifPresent(d.string(QStringLiteral("CategoriesSeparatorText")), [&p](const QString &v) { p.setCategorySeparator(v); });
     if (const std::optional<int> count = d.integer(QStringLiteral("SummariseEntryRSSCount"))) {
@@ -429,6 +499,9 @@ void QFBlogPluginSandwich::registerSandwichFactory()
 {
     CVSandwichMaking::setFactoryClass(
         {QFBlogPlugin::pluginIdentifier(),
-         [](const CVSandwich &sandwich) -> std::unique_ptr<QFTextViewPluginClient> { return createWithSandwich(sandwich); }},
+         [](const CVSandwich &sandwich) -> std::unique_ptr<QFTextViewPluginClient> { return createWithSandwich(sandwich); },
+         [](const CVSandwich &sandwich, CVSandwichImport &import) -> std::unique_ptr<QFTextViewPluginClient> {
+             return createWithSandwich(sandwich, import);
+         }},
         sandwichType());
 }

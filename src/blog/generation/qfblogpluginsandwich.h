@@ -9,6 +9,7 @@
 
 class CVSandwich;
 class QFBlogPlugin;
+struct CVSandwichImport;
 
 // The page-exchange group of the blog plugin: a whole blog page as a
 // package of type "Quillfen Blog Page Data" (one filling, version 0; the keys
@@ -43,8 +44,21 @@ public:
     // A new blog, owned by the caller, rebuilt from the package's version-0
     // filling. The clock, when given, is the new blog's (for its build dates
     // when the package has none). Raises QFException("Malformed Package") for
-    // a package of another type or without that filling. A post file that
-    // cannot be read gives an empty text and an alert.
+    // a package of another type or without that filling, or whose "LastID"
+    // lies outside 0 … INT_MAX - (number of posts + 1), where drawing the
+    // next IDs would overflow.
+    //
+    // Every post the package lists but the blog cannot hold is reported in
+    // an alert naming it ("CouldNotReadBlogEntryTitle"): a post left out for
+    // a value of the wrong type, and a post whose body or summary file is
+    // missing or unreadable (kept, with an empty text). Podcast paths of the
+    // posts are files of this computer, never part of the package: they are
+    // listed in import.localPaths and kept only when import.keepLocalPaths
+    // says so, else removed from their posts (with their file references).
+    // import.itemCount is the number of posts of the new blog.
+    static std::unique_ptr<QFBlogPlugin> createWithSandwich(const CVSandwich &sandwich, CVSandwichImport &import,
+                                                            const QFTextViewPluginClient::Clock &clock = {});
+    // As above with an import that asks nothing, so podcast paths are dropped.
     static std::unique_ptr<QFBlogPlugin> createWithSandwich(const CVSandwich &sandwich,
                                                             const QFTextViewPluginClient::Clock &clock = {});
 

@@ -277,17 +277,17 @@ public:
     // The post's files, each written to a new temporary file: file name
     // ("Body.as", "Summary.as", "ITunesImage.data") -> path. The caller owns
     // the files and removes them. A missing body or summary is logged and
-    // left out, an empty iTunes image left out. A body or summary that cannot
+    // written as an empty file; an empty iTunes image is left out. A body or summary that cannot
     // be written raises QFException("Temporary File Error") naming the post
     // and the path, after removing the files already written; an image that
     // cannot be written is shown in an error alert and its path kept.
     QMap<QString, QString> sandwichFiles() const;
     // A new post of the plugin from its page-exchange dictionary and its
-    // files (each may be nothing). A body or summary file that is named but
-    // cannot be read as styled text is reported in an alert
-    // ("CouldNotReadBlogEntryTitle") and gives an empty text, as does a
-    // missing one (without alert). Null, with the type line logged, when a
-    // key holds a value of the wrong type.
+    // files (each may be nothing). An empty body or summary file gives no
+    // text; one that is missing or cannot be read as styled text is reported
+    // in an alert ("CouldNotReadBlogEntryTitle") naming the post and gives an
+    // empty text. Null, with the type line logged, when a key holds a value
+    // of the wrong type (the caller reports the post).
     static QFBlogEntryPtr createWithSandwichDictionary(const QVariantMap &dictionary,
                                                        const std::optional<QString> &bodyFilename,
                                                        const std::optional<QString> &summaryFilename,

@@ -54,19 +54,23 @@ private:
     bool m_keep = false;
 };
 
-// The styled text of a post file. Nothing named gives the empty text; a file
-// that cannot be read or is no styled text gives it too, after the alert.
-QFStyledText styledTextFromFile(const std::optional<QString> &path, const QString &title)
+// The styled text of a post file. An empty file stands for a text the post
+// did not have. A file the package lacks, or one that cannot be read or is
+// no styled text, gives the empty text after the alert: every post of ours
+// travels with both files, so a missing one means a damaged package.
+std::optional<QFStyledText> styledTextFromFile(const std::optional<QString> &path, const QString &title)
 {
-    if (!path)
-        return QFStyledText();
-    QFile file(*path);
-    if (file.open(QIODevice::ReadOnly)) {
-        const QByteArray bytes = file.readAll();
-        try {
-            return QFStyledText::fromKeyedArchive(bytes);
-        } catch (const QFException &e) {
-            qfLog(QStringLiteral("Blog Plugin: the post file %1 is no styled text: %2").arg(*path, e.reason()));
+    if (path) {
+        QFile file(*path);
+        if (file.open(QIODevice::ReadOnly)) {
+            const QByteArray bytes = file.readAll();
+            if (bytes.isEmpty() && file.error() == QFileDevice::NoError)
+                return std::nullopt;
+            try {
+                return QFStyledText::fromKeyedArchive(bytes);
+            } catch (const QFException &e) {
+                qfLog(QStringLiteral("Blog Plugin: the post file %1 is no styled text: %2").arg(*path, e.reason()));
+            }
         }
     }
     QFAlertRequest request;
@@ -143,10 +147,10 @@ QMap<QString, QString> QFBlogEntry::sandwichFiles() const
     WrittenFiles files;
     const auto writeText = [&](const QByteArray &data, const char *fileName, const char *prefix, const char *extension,
                                const char *failure, const char *missing) {
-        if (data.isNull()) {
+        // A text the post lacks travels as an empty file, so that a file
+        // missing from a package always means damage.
+        if (data.isNull())
             qfLog(QString::fromLatin1(missing).arg(m_title, describePost(m_title, m_ID)));
-            return;
-        }
         QString path;
         QString error;
         if (!QFBlogPluginSandwich::writeTemporaryFile(QString::fromLatin1(prefix), QString::fromLatin1(extension), data,

@@ -106,8 +106,12 @@ QString QFPropertyText::format(const QVariant &value)
     case QMetaType::QString:
         return value.toString();
     case QMetaType::QDateTime: {
+        // ISO 8601 offsets hold whole minutes; a local mean time of old
+        // (Amsterdam's +00:19:32 before 1937) would lose its seconds, so
+        // such a date is given in UTC.
         const QDateTime date = value.toDateTime();
-        return date.toOffsetFromUtc(date.offsetFromUtc()).toString(Qt::ISODate);
+        const int offset = date.offsetFromUtc();
+        return (offset % 60 ? date.toUTC() : date.toOffsetFromUtc(offset)).toString(Qt::ISODate);
     }
     case QMetaType::QStringList:
     case QMetaType::QVariantList:

@@ -9,8 +9,9 @@ class QObject;
 
 // Key-value coding for the command line: an object's Q_PROPERTYs read and
 // written as text. Booleans read "true"/"false", numbers and strings are
-// themselves, dates are ISO 8601 with their offset, and lists and
-// dictionaries are compact JSON, given as JSON as well.
+// themselves, dates are ISO 8601 with their offset (in UTC when the offset
+// has seconds), and lists and dictionaries are compact JSON, given as JSON
+// as well.
 //
 // Writing goes through QObject::setProperty, so the setter the property
 // names runs with all its rules (change reports, validation).

@@ -5,15 +5,9 @@
 #include <QDateTime>
 #include <QList>
 #include <QRegularExpression>
-#include <QTimeZone>
 #include <QXmlStreamReader>
 
-#include <limits>
-
 namespace {
-
-// Dates are 32-bit seconds either side of this instant.
-constexpr qint64 ReferenceDateSecs = 978307200; // 2001-01-01T00:00:00Z
 
 enum class Kind { Plist, Array, Dict };
 
@@ -96,9 +90,6 @@ QString dateProblem(const QString &text)
     const QTime time(m.captured(4).toInt(), m.captured(5).toInt(), m.captured(6).toInt());
     if (!date.isValid() || !time.isValid())
         return bad;
-    const qint64 secs = QDateTime(date, time, QTimeZone::utc()).toSecsSinceEpoch() - ReferenceDateSecs;
-    if (secs < std::numeric_limits<qint32>::min() || secs > std::numeric_limits<qint32>::max())
-        return QStringLiteral("date %1 is outside the years a property list can hold").arg(text);
     return QString();
 }
 

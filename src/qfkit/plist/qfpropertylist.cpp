@@ -11,6 +11,8 @@
 #include <QStringList>
 #include <QVariantHash>
 #include <QVariantList>
+#include <QtEndian>
+#include <QtNumeric>
 
 #include <plist/plist.h>
 
@@ -31,6 +33,15 @@ const QString ErrorName = QStringLiteral("Property List Error");
 constexpr qint64 MaxValues = 1 << 20;
 
 constexpr qint64 ReferenceDateMSecs = Q_INT64_C(978307200000); // 2001-01-01T00:00:00Z
+
+// Seconds either side of 2001 a date may lie: about 285 million years, the
+// range of QDateTime. Milliseconds are exact within 285,000 years.
+constexpr double MaxDateSecs = 9.0e15;
+
+// Starts a string that stands for a date while XML is written. Control
+// characters never reach an XML string of ours (utf8ForWriting refuses
+// them), so the marker cannot meet a real string.
+const QByteArray DateMarker("\x01", 1);
 
 struct PlistDeleter
 {
@@ -73,6 +84,33 @@ bool isUnsignedBeyondSigned(plist_t node)
     return !negative;
 }
 
+// libplist 2.2 holds a date as a double of seconds since 2001 but hands it
+// out only as 32-bit seconds, which covers 1932 to 2069. The binary form
+// carries the double itself, so the date is read from there.
+QDateTime dateFromNode(plist_t node)
+{
+    PlistPtr array(plist_new_array());
+    plist_array_append_item(array.get(), plist_copy(node));
+    char *bytes = nullptr;
+    uint32_t length = 0;
+    plist_to_bin(array.get(), &bytes, &length);
+    if (!bytes)
+        malformed(QStringLiteral("a date could not be read"));
+    // "bplist00", the array (marker, one 1-byte reference), the date (marker, 8 bytes).
+    const QByteArray bin(bytes, qsizetype(length));
+    plist_to_bin_free(bytes);
+    if (bin.size() < 19 || quint8(bin.at(8)) != 0xA1 || quint8(bin.at(10)) != 0x33)
+        malformed(QStringLiteral("a date could not be read"));
+    const double secs = qFromBigEndian<double>(bin.constData() + 11);
+    if (!std::isfinite(secs) || std::fabs(secs) > MaxDateSecs)
+        malformed(QStringLiteral("a date lies outside the years a date can hold"));
+    // Rounding to milliseconds undoes the error of the double.
+    const QDateTime date = QDateTime::fromMSecsSinceEpoch(ReferenceDateMSecs + std::llround(secs * 1000.0));
+    if (!date.isValid())
+        malformed(QStringLiteral("a date lies outside the years a date can hold"));
+    return date;
+}
+
 QVariant variantFromNode(plist_t node, int depth)
 {
     if (depth > MaxNestingDepth)
@@ -105,19 +143,8 @@ QVariant variantFromNode(plist_t node, int depth)
         const char *bytes = plist_get_data_ptr(node, &length);
         return QVariant(QByteArray(bytes ? bytes : "", bytes ? qsizetype(length) : 0));
     }
-    case PLIST_DATE: {
-        int32_t secs = 0;
-        int32_t usecs = 0;
-        plist_get_date_val(node, &secs, &usecs);
-        // libplist keeps a date as a double and hands it out as the seconds
-        // truncated toward zero plus the fraction without its sign, so before
-        // 2001 the fraction counts backwards. (Within the second before 2001
-        // the sign is lost altogether and the date reads as after it.)
-        // Rounding to milliseconds undoes the error of the double.
-        const qint64 usecTotal = secs < 0 ? qint64(secs) * 1000000 - usecs : qint64(secs) * 1000000 + usecs;
-        const qint64 msecs = std::llround(double(usecTotal) / 1000.0);
-        return QVariant(QDateTime::fromMSecsSinceEpoch(ReferenceDateMSecs + msecs));
-    }
+    case PLIST_DATE:
+        return QVariant(dateFromNode(node));
     case PLIST_ARRAY: {
         QVariantList list;
         const uint32_t size = plist_array_get_size(node);
@@ -234,18 +261,66 @@ plist_t dateNode(const QDateTime &date, const QString &path, Format format)
 {
     if (!date.isValid())
         unwritable(path, QStringLiteral("An invalid date"));
-    const qint64 msecs = date.toMSecsSinceEpoch() - ReferenceDateMSecs;
-    // Floor division, so that dates before 2001 keep their whole second.
-    qint64 secs = msecs / 1000;
-    qint64 rest = msecs % 1000;
-    if (rest < 0) {
-        --secs;
-        rest += 1000;
+    if (format == Format::XML) {
+        // libplist's own XML dates drop leading zeros of the year and vanish
+        // outside a few thousand years; the date is written as marked text
+        // that toData turns into the date element.
+        const QDateTime utc = date.toUTC();
+        const int year = utc.date().year();
+        if (year < 1 || year > 9999)
+            unwritable(path, QStringLiteral("The date %1, outside the years 1 to 9999 that an XML property list can hold,")
+                                 .arg(date.toString(Qt::ISODate)));
+        const QByteArray text = DateMarker
+                                + utc.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ssZ")).toLatin1();
+        return plist_new_string(text.constData());
     }
-    if (secs < std::numeric_limits<int32_t>::min() || secs > std::numeric_limits<int32_t>::max())
+    qint64 msecs = 0;
+    const bool overflows = qSubOverflow(date.toMSecsSinceEpoch(), ReferenceDateMSecs, &msecs);
+    const double secs = double(msecs) / 1000.0;
+    if (overflows || std::fabs(secs) > MaxDateSecs)
         unwritable(path, QStringLiteral("The date %1, outside the years a property list can hold,")
                              .arg(date.toString(Qt::ISODate)));
-    return plist_new_date(int32_t(secs), format == Format::XML ? 0 : int32_t(rest * 1000));
+    // plist_new_date takes 32-bit seconds; a one-date binary list carries
+    // the whole double.
+    QByteArray bin("bplist00\x33", 9);
+    bin.resize(17);
+    qToBigEndian<double>(secs, bin.data() + 9);
+    bin += char(8); // offset table: the date at offset 8
+    QByteArray trailer(32, '\0');
+    trailer[6] = 1; // offset size
+    trailer[7] = 1; // reference size
+    trailer[15] = 1; // one object
+    trailer[31] = 17; // offset table position
+    bin += trailer;
+    plist_t node = nullptr;
+    plist_from_bin(bin.constData(), uint32_t(bin.size()), &node);
+    if (!node)
+        throw QFException(ErrorName, QStringLiteral("The date %1 could not be encoded").arg(date.toString(Qt::ISODate)));
+    return node;
+}
+
+// Turns the marked texts of dateNode into date elements.
+QByteArray xmlWithDates(const QByteArray &xml)
+{
+    const QByteArray open = "<string>" + DateMarker;
+    QByteArray out;
+    out.reserve(xml.size());
+    qsizetype from = 0;
+    for (;;) {
+        const qsizetype at = xml.indexOf(open, from);
+        if (at < 0)
+            break;
+        const qsizetype close = xml.indexOf("</string>", at);
+        if (close < 0)
+            break;
+        out += QByteArrayView(xml).sliced(from, at - from);
+        out += "<date>";
+        out += QByteArrayView(xml).sliced(at + open.size(), close - at - open.size());
+        out += "</date>";
+        from = close + 9;
+    }
+    out += QByteArrayView(xml).sliced(from);
+    return out;
 }
 
 plist_t nodeFromVariant(const QVariant &value, const QString &path, int depth, Format format);
@@ -370,7 +445,7 @@ QByteArray toData(const QVariant &value, Format format)
         plist_to_bin_free(bytes);
     else
         plist_to_xml_free(bytes);
-    return result;
+    return format == Format::XML ? xmlWithDates(result) : result;
 }
 
 void toFile(const QVariant &value, const QString &path, Format format)

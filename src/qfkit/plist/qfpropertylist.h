@@ -21,8 +21,9 @@
 //   double, qint64 (every integer that fits), quint64 (only integers above
 //   the signed range) and QDateTime in the local time zone. Binary dates keep
 //   milliseconds; XML dates hold whole seconds (sub-second parts are dropped
-//   on write). Dates lie between 13 December 1932 and 19 January 2069
-//   (32-bit seconds either side of the start of 2001, UTC).
+//   on write). XML dates are written "YYYY-MM-DDTHH:MM:SSZ" in UTC and so
+//   lie in the years 1 to 9999; binary dates reach as far as QDateTime
+//   (a double of seconds since the start of 2001, UTC).
 // - "Malformed Property List" is raised for content that is not a property
 //   list: empty, truncated, garbage, another XML document, a dict key without
 //   a value, an integer or date that does not parse, nesting deeper than

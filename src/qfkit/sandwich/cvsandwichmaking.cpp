@@ -28,7 +28,7 @@ void CVSandwichMaking::setFactoryClass(const Factory &factory, const QString &ty
 {
     Registry &r = registry();
     QMutexLocker locker(&r.mutex);
-    if (factory.create)
+    if (factory.create || factory.createForImport)
         r.factories.insert(type, factory);
     else
         r.factories.remove(type);
@@ -53,13 +53,21 @@ QStringList CVSandwichMaking::types()
 
 std::unique_ptr<QFTextViewPluginClient> CVSandwichMaking::createWithSandwich(const CVSandwich &sandwich)
 {
+    CVSandwichImport import;
+    return createWithSandwich(sandwich, import);
+}
+
+std::unique_ptr<QFTextViewPluginClient> CVSandwichMaking::createWithSandwich(const CVSandwich &sandwich,
+                                                                             CVSandwichImport &import)
+{
     const std::optional<Factory> factory = factoryForType(sandwich.type());
     if (!factory) {
         throw QFException(QStringLiteral("Unknown Page Type"),
                           QStringLiteral("No installed plugin makes pages from packages of type \u201c%1\u201d.")
                               .arg(sandwich.type()));
     }
-    std::unique_ptr<QFTextViewPluginClient> plugin = factory->create(sandwich);
+    std::unique_ptr<QFTextViewPluginClient> plugin =
+        factory->createForImport ? factory->createForImport(sandwich, import) : factory->create(sandwich);
     if (!plugin) {
         throw QFException(QStringLiteral("Unknown Page Type"),
                           QStringLiteral("The plugin for packages of type \u201c%1\u201d made no page from it.")

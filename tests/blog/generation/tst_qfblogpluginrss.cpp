@@ -7,7 +7,9 @@
 #include "qfkit/support/qfexception.h"
 #include "qfkit/support/qfrecordingalertpresenter.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -19,10 +21,13 @@
 #include <functional>
 #include <memory>
 
+#include <sys/stat.h>
+
 // A change to the blog or the export parameters before the feed is made;
 // `folder` is an empty folder for files the change needs.
 using Setup = std::function<void(QFBlogPlugin &, QVariantMap &params, const QString &folder)>;
 Q_DECLARE_METATYPE(Setup)
+Q_DECLARE_METATYPE(std::function<QString(const QString &)>)
 
 namespace {
 
@@ -399,6 +404,67 @@ private slots:
         QVERIFY(presenter.requests().isEmpty());
         QCoreApplication::processEvents();
         QCOMPARE(presenter.requests().size(), 1);
+        QFAlert::setPresenter(previous);
+    }
+
+    // Only a regular file is published as a podcast, even when the post's
+    // override gives its size and type; a link is followed to its target.
+    void podcastThatIsNoRegularFileIsAnExportError_data()
+    {
+        QTest::addColumn<std::function<QString(const QString &)>>("make"); // the podcast path, in a folder
+        QTest::addColumn<bool>("published");
+
+        using Make = std::function<QString(const QString &)>;
+        QTest::newRow("folder") << Make([](const QString &folder) {
+            QDir(folder).mkdir("talk.mp3");
+            return folder + "/talk.mp3";
+        }) << false;
+        QTest::newRow("device") << Make([](const QString &) { return QStringLiteral("/dev/null"); }) << false;
+        QTest::newRow("FIFO") << Make([](const QString &folder) {
+            const QString path = folder + "/talk.mp3";
+            return ::mkfifo(QFile::encodeName(path).constData(), 0600) == 0 ? path : QString();
+        }) << false;
+        QTest::newRow("link to a folder") << Make([](const QString &folder) {
+            QDir(folder).mkdir("sounds");
+            QFile::link(folder + "/sounds", folder + "/talk.mp3");
+            return folder + "/talk.mp3";
+        }) << false;
+        QTest::newRow("link to a regular file") << Make([](const QString &folder) {
+            QFile::link(writeFile(folder + "/real.mp3", "sound"), folder + "/talk.mp3");
+            return folder + "/talk.mp3";
+        }) << true;
+    }
+
+    void podcastThatIsNoRegularFileIsAnExportError()
+    {
+        QFETCH(std::function<QString(const QString &)>, make);
+        QFETCH(bool, published);
+
+        QFRecordingAlertPresenter presenter;
+        QFAlertPresenter *previous = QFAlert::setPresenter(&presenter);
+        Site site;
+        QTemporaryDir folder;
+        const QString path = make(folder.path());
+        QVERIFY(!path.isEmpty());
+        site.march->setPodcast(path);
+        site.march->setPodcastOverride(overrideWith({{"size", 5}, {"type", "audio/mpeg"}}));
+
+        const Feed feed(site.exportedFeed(defaultParams()));
+        QVERIFY(feed.isWellFormed());
+        const QString copy = site.plugin->temporaryFilesDirectory() + "/podcast_1.mp3";
+        if (published) {
+            QCOMPARE(feed.values("//item/enclosure/@url"), QStringList{"http://example.com/blog/files/podcast_1.mp3"});
+            QCOMPARE(readFile(copy), QStringLiteral("sound"));
+            QCOMPARE(site.plugin->numberOfExportErrors(), 0u);
+        } else {
+            QVERIFY(feed.values("//item/enclosure/@url").isEmpty());
+            QVERIFY(!QFileInfo::exists(copy));
+            QCOMPARE(site.plugin->numberOfExportErrors(), 1u);
+            QVERIFY2(site.plugin->exportErrorsString().contains(path)
+                         && site.plugin->exportErrorsString().contains("Trip to Zürich & back"),
+                     qPrintable(site.plugin->exportErrorsString()));
+        }
+        QCoreApplication::processEvents();
         QFAlert::setPresenter(previous);
     }
 

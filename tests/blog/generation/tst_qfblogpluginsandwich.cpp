@@ -86,8 +86,20 @@ private slots:
         const std::unique_ptr<CVSandwich> package = throughFile(*blog.sandwich());
         QCOMPARE(sourceReports.count(), 0);
         QCOMPARE(package->type(), QStringLiteral("Quillfen Blog Page Data"));
-        const std::unique_ptr<QFBlogPlugin> loaded = QFBlogPluginSandwich::createWithSandwich(*package, [] { return kNow; });
+        // The podcast path is the one value asked for; kept, everything survives.
+        CVSandwichImport import;
+        QStringList asked;
+        import.keepLocalPaths = [&asked](const QList<CVSandwichImport::LocalPath> &paths) {
+            for (const CVSandwichImport::LocalPath &local : paths)
+                asked.append(local.owner + ": " + local.path);
+            return true;
+        };
+        const std::unique_ptr<QFBlogPlugin> loaded =
+            QFBlogPluginSandwich::createWithSandwich(*package, import, [] { return kNow; });
         QVERIFY(!loaded->pluginIsInitialising());
+        QCOMPARE(asked, QStringList{"post \u201cSpring in Lisbon\u201d: /media/episode1.mp3"});
+        QVERIFY(import.localPathsKept);
+        QCOMPARE(import.itemCount, std::optional<qsizetype>(2));
 
         for (const QByteArray &key : std::as_const(carried)) {
             QVariant expected = comparable(blog.property(key));
@@ -244,20 +256,35 @@ private slots:
         QVERIFY2(lines.contains("Dictionary has incorrect type for key Title (type is qlonglong, should be QString)"), qPrintable(lines));
         QVERIFY2(lines.contains("Dictionary has incorrect type for key Tags (type is QString, should be QVariantList): Tagged (2022-01-01"),
                  qPrintable(lines));
+        // Each left-out post is told by name (or place), besides the log (the
+        // kept ones come without files, which is told as well).
+        QStringList told;
+        for (const QFAlertRequest &request : m_alerts.requests()) {
+            if (request.informativeText.contains("left out"))
+                told.append(request.informativeText);
+        }
+        QCOMPARE(told.size(), 3);
+        QVERIFY2(told.at(0).contains(L("NoTitle") + " 2") && told.at(1).contains(L("NoTitle") + " 3")
+                     && told.at(2).contains("\"Tagged\""),
+                 qPrintable(told.join('\n')));
     }
 
     void unreadablePostFilesGiveEmptyTextsAndAnAlert_data()
     {
         QTest::addColumn<QByteArray>("body"); // null: no body file
+        QTest::addColumn<bool>("alerted");
 
-        QTest::newRow("no body file") << QByteArray();
-        QTest::newRow("body file that is no styled text") << QByteArray("plain words, not an archive");
-        QTest::newRow("body file of nothing") << QByteArray("");
+        // Every post travels with both files, so a missing one is damage; an
+        // empty one is a text the post did not have.
+        QTest::newRow("no body file") << QByteArray() << true;
+        QTest::newRow("body file that is no styled text") << QByteArray("plain words, not an archive") << true;
+        QTest::newRow("body file of nothing: no body") << QByteArray("") << false;
     }
 
     void unreadablePostFilesGiveEmptyTextsAndAnAlert()
     {
         QFETCH(QByteArray, body);
+        QFETCH(bool, alerted);
 
         QTemporaryDir dir;
         const auto write = [&dir](const char *name, const QByteArray &bytes) {
@@ -270,11 +297,12 @@ private slots:
         const std::unique_ptr<QFBlogPlugin> loaded = rebuilt({{"Entries", QVariantList{postDictionary("Harbour", 1)}}}, files);
 
         QCOMPARE(loaded->posts().size(), 1);
-        QVERIFY(loaded->posts().constFirst()->entry().has_value());
-        QCOMPARE(loaded->posts().constFirst()->entry()->plainString(), QString());
+        QCOMPARE(loaded->posts().constFirst()->entry().has_value(), alerted);
+        if (alerted)
+            QCOMPARE(loaded->posts().constFirst()->entry()->plainString(), QString());
         QCOMPARE(loaded->posts().constFirst()->entrySummary()->plainString(), QStringLiteral("Fine summary"));
-        QCOMPARE(m_alerts.requests().size(), body.isNull() ? 0 : 1);
-        if (!body.isNull()) {
+        QCOMPARE(m_alerts.requests().size(), alerted ? 1 : 0);
+        if (alerted) {
             QCOMPARE(m_alerts.requests().constFirst().messageText, L("CouldNotReadBlogEntryTitle"));
             QVERIFY(m_alerts.requests().constFirst().informativeText.contains("Harbour"));
         }
@@ -292,14 +320,17 @@ private slots:
         {
             const std::unique_ptr<CVSandwich> package = blog.sandwich();
             const auto files = package->fillingForVersion(0)->files();
-            // No summary was ever set: only logged, not written.
-            QCOMPARE(files.keys(), (QStringList{"1-Body.as", "1-ITunesImage.data", "DefaultITunesImage.data"}));
+            // No summary was ever set: written as an empty file.
+            QCOMPARE(files.keys(), (QStringList{"1-Body.as", "1-ITunesImage.data", "1-Summary.as", "DefaultITunesImage.data"}));
+            QCOMPARE(QFileInfo(files.value("1-Summary.as")).size(), 0);
             paths = files.values();
             for (const QString &path : std::as_const(paths))
                 QVERIFY(QFileInfo::exists(path));
             const std::unique_ptr<QFBlogPlugin> loaded = QFBlogPluginSandwich::createWithSandwich(*throughFile(*package));
             QCOMPARE(loaded->channelCustomiTunesTags()->imageData(), pngBytes(Qt::cyan));
             QCOMPARE(loaded->posts().constFirst()->itunesTags()->imageData(), pngBytes(Qt::yellow));
+            QVERIFY(!loaded->posts().constFirst()->entrySummary());
+            QVERIFY(m_alerts.requests().isEmpty());
         }
         for (const QString &path : std::as_const(paths))
             QVERIFY2(!QFileInfo::exists(path), qPrintable(path));

@@ -113,6 +113,10 @@ void tst_QFPropertyList::roundTrip_data()
         {"UINT64_MAX", std::numeric_limits<quint64>::max(), std::numeric_limits<quint64>::max()},
         {"string list", QStringList{"a", QString()}, QVariantList{"a", QString()}},
         {"date before 2001", utc(1999, 12, 31, 23, 59, 59), utc(1999, 12, 31, 23, 59, 59).toLocalTime()},
+        {"date in 1900", utc(1900, 1, 1, 0, 0, 0), utc(1900, 1, 1, 0, 0, 0).toLocalTime()},
+        {"date in 2150", utc(2150, 6, 30, 12, 34, 56), utc(2150, 6, 30, 12, 34, 56).toLocalTime()},
+        {"date in year 1", utc(1, 1, 1, 0, 0, 1), utc(1, 1, 1, 0, 0, 1).toLocalTime()},
+        {"date in year 9999", utc(9999, 12, 31, 23, 59, 59), utc(9999, 12, 31, 23, 59, 59).toLocalTime()},
     };
     for (const auto &row : both) {
         QTest::addRow("%s, XML", row.name) << Format::XML << row.written << row.read;
@@ -125,6 +129,10 @@ void tst_QFPropertyList::roundTrip_data()
                                                << QVariant(withMsecs.addMSecs(-345).toLocalTime());
     QTest::newRow("before 2001 with milliseconds, binary")
         << Format::Binary << QVariant(beforeWithMsecs) << QVariant(beforeWithMsecs.toLocalTime());
+    const QDateTime farFuture = utc(123456, 7, 8, 9, 10, 11, 12);
+    const QDateTime farPast = QDateTime(QDate(-4713, 1, 2), QTime(3, 4, 5), QTimeZone::utc());
+    QTest::newRow("year 123456, binary") << Format::Binary << QVariant(farFuture) << QVariant(farFuture.toLocalTime());
+    QTest::newRow("4713 BC, binary") << Format::Binary << QVariant(farPast) << QVariant(farPast.toLocalTime());
 }
 
 void tst_QFPropertyList::roundTrip()
@@ -156,7 +164,7 @@ void tst_QFPropertyList::handWrittenXml()
     <!-- edited by hand -->
     <key>Enabled</key> <true/>   <key>Hidden</key> <false/>
     <key>Count</key> <integer>-12</integer>   <key>Scale</key> <real>2.5</real>
-    <key>Created</key> <date>2006-03-04T05:06:07Z</date>
+    <key>Created</key> <date>2006-03-04T05:06:07Z</date>   <key>Founded</key> <date>1850-05-06T07:08:09Z</date>
     <key>Icon</key>
     <data>
     SGVsbG8s
@@ -176,6 +184,7 @@ void tst_QFPropertyList::handWrittenXml()
                                {"Count", qint64(-12)},
                                {"Scale", 2.5},
                                {"Created", utc(2006, 3, 4, 5, 6, 7).toLocalTime()},
+                               {"Founded", utc(1850, 5, 6, 7, 8, 9).toLocalTime()},
                                {"Icon", QByteArray("Hello, world")},
                                {"Title", "Café & more"},
                                {"Languages", QVariantList{"English", "Français"}}};
@@ -208,7 +217,10 @@ void tst_QFPropertyList::malformed_data()
     QTest::newRow("garbled binary offsets") << garbledTable << "corrupt";
     QTest::newRow("dict with missing value")
         << QByteArray("<plist><dict><key>a</key><string>x</string><key>b</key></dict></plist>") << "\"b\"";
-    QTest::newRow("date beyond 2069") << QByteArray("<plist><date>2100-01-01T00:00:00Z</date></plist>") << "years";
+    QTest::newRow("date with a five-digit year") << QByteArray("<plist><date>12345-01-01T00:00:00Z</date></plist>") << "form";
+    QTest::newRow("binary date beyond any calendar")
+        << binaryList({QByteArray::fromHex("337fefffffffffffff")}) << "years";
+    QTest::newRow("binary date not a number") << binaryList({QByteArray::fromHex("337ff8000000000000")}) << "years";
     QTest::newRow("data not base64") << QByteArray("<plist><data>!!!</data></plist>") << "base64";
     QTest::newRow("XML nested very deep")
         << "<plist>" + QByteArray("<array>").repeated(100000) + QByteArray("</array>").repeated(100000) + "</plist>" << "deeper";
@@ -252,7 +264,7 @@ void tst_QFPropertyList::unwritable_data()
 
     QTest::newRow("null at the top") << QVariant() << Format::XML << "null value at the top level";
     QTest::newRow("null inside") << inCategories(QVariant()) << Format::Binary << "\"Categories[1].name\"";
-    QTest::newRow("date in 1900") << QVariant(utc(1900, 1, 1, 0, 0, 0)) << Format::Binary << "1900";
+    QTest::newRow("XML date in year 10000") << inCategories(utc(10000, 1, 1, 0, 0, 0)) << Format::XML << "\"Categories[1].name\"";
     QTest::newRow("control character in XML") << inCategories(QStringLiteral("bell\a")) << Format::XML << "control character";
     QTest::newRow("too deep") << QVariant(tooDeep) << Format::Binary << "deeper";
 }
