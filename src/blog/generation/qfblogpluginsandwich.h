@@ -43,7 +43,8 @@ public:
     // A new blog, owned by the caller, rebuilt from the package's version-0
     // filling. The clock, when given, is the new blog's (for its build dates
     // when the package has none). Raises QFException("Malformed Package") for
-    // a package of another type or without that filling. A post file that
+    // a package of another type or without that filling, and for a permalink
+    // or feed file name QFBlogFileNames refuses. A post file that
     // cannot be read gives an empty text and an alert.
     static std::unique_ptr<QFBlogPlugin> createWithSandwich(const CVSandwich &sandwich,
                                                             const QFTextViewPluginClient::Clock &clock = {});
