@@ -75,12 +75,13 @@ QFPagePluginFactory *defaultFactory(const QFPluginRegistry &registry)
 
 // The blog makes every absolute link and its feed from the base URL: one
 // that is not an absolute web address breaks them all, so it is refused as
-// wrong usage before anything is written.
+// wrong usage before anything is written. None at all is a site not yet
+// published anywhere; its export says what is missing.
 void checkSiteBaseURL(const QString &url, const QString &name)
 {
-    if (!QFStrings::isAbsoluteWebAddress(url)) {
+    if (!url.isEmpty() && !QFStrings::isAbsoluteWebAddress(url)) {
         QFCommandArguments::usageError(QStringLiteral("\u201c%1\u201d takes an absolute http or https address, such as "
-                                                      "https://example.org/blog/; \u201c%2\u201d is none")
+                                                      "https://example.org/blog/, or nothing; \u201c%2\u201d is none")
                                            .arg(name, url));
     }
 }

@@ -216,6 +216,7 @@ void tst_Quillfen::refusedValues_data()
     QTest::newRow("comments follow the service") << "set SITE enableComments true" << "commentsSelectedProviderTag";
     QTest::newRow("podcasting is always on") << "set SITE enablePodcasting false" << "always true";
     QTest::newRow("site base URL without scheme") << "site SITE siteBaseURL example.org/blog/" << "absolute http or https";
+    QTest::newRow("site base URL with a space") << "site|SITE|siteBaseURL|http://exa mple.org/" << "siteBaseURL";
     QTest::newRow("site base URL of another scheme") << "site SITE siteBaseURL ftp://example.org/" << "siteBaseURL";
     QTest::newRow("new site with a relative base URL") << "new DIR/other.qfsite --base-url /blog/" << "--base-url";
     QTest::newRow("permalink name with a folder") << "post edit SITE 0 --permalink-name notes/about" << "except \u201c/\u201d";
@@ -245,7 +246,7 @@ void tst_Quillfen::refusedValues()
 // spelling wins), and no command leaves a category without a name.
 void tst_Quillfen::namesKeepTheModelsRules()
 {
-    m_f->write("none.jsonl", R"({"title": "A", "date": "2024-01-01T10:00:00", "categories": ["None", "Travel"]})"
+    m_f->write("none.jsonl", R"({"title": "A", "date": "2024-01-01T10:00:00", "categories": ["None", "Travel", "travel"]})"
                              "\n"
                              R"({"title": "B", "date": "2024-01-02T10:00:00", "categories": ["none"], "tags": ["Leaves", "leaves"]})"
                              "\n");

@@ -252,7 +252,8 @@ QList<QFBlogEntryPtr> addPosts(QFBlogPlugin &blog, QList<Post> &posts)
             auto found = categoryIDs.constFind(key);
             if (found == categoryIDs.constEnd())
                 found = categoryIDs.insert(key, blog.addNewCategory(name)->categoryID());
-            ids.append(*found);
+            if (!ids.contains(*found))
+                ids.append(*found);
         }
         if (ids.isEmpty() && none)
             ids.append(none->categoryID());
