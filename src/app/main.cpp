@@ -25,6 +25,7 @@
 #include "qfkit/support/qfalert.h"
 #include "qfkit/support/qfcommandlinealertpresenter.h"
 #include "qfkit/support/qfexception.h"
+#include "qfkit/text/qfstrings.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -72,10 +73,25 @@ QFPagePluginFactory *defaultFactory(const QFPluginRegistry &registry)
     return factories.isEmpty() ? nullptr : factories.constFirst();
 }
 
+// The blog makes every absolute link and its feed from the base URL: one
+// that is not an absolute web address breaks them all, so it is refused as
+// wrong usage before anything is written. None at all is a site not yet
+// published anywhere; its export says what is missing.
+void checkSiteBaseURL(const QString &url, const QString &name)
+{
+    if (!url.isEmpty() && !QFStrings::isAbsoluteWebAddress(url)) {
+        QFCommandArguments::usageError(QStringLiteral("\u201c%1\u201d takes an absolute http or https address, such as "
+                                                      "https://example.org/blog/, or nothing; \u201c%2\u201d is none")
+                                           .arg(name, url));
+    }
+}
+
 int runNew(const QStringList &args, QFCommandContext &context)
 {
     const QFCommandArguments parsed(args, {Option{QStringLiteral("title"), true}, Option{QStringLiteral("base-url"), true}});
     parsed.requirePositional(1, 1);
+    if (parsed.isSet(QStringLiteral("base-url")))
+        checkSiteBaseURL(parsed.value(QStringLiteral("base-url")), QStringLiteral("--base-url"));
     const QString path = parsed.positional().constFirst();
     if (QFileInfo::exists(path)) {
         throw QFException(QStringLiteral("File Exists"),
@@ -166,6 +182,8 @@ int runSite(const QStringList &args, QFCommandContext &context)
         context.out() << QFPropertyText::valueText(*document, key, quoted(path), hidden) << '\n';
         return ExitOk;
     }
+    if (key == QLatin1String("siteBaseURL"))
+        checkSiteBaseURL(parsed.positional().at(2), key);
     QFPropertyText::setValueText(*document, key, parsed.positional().at(2), quoted(path), hidden);
     context.saveDocument(*document);
     return ExitOk;
@@ -179,7 +197,8 @@ const Command hostCommands[] = {
      "written over.\n"
      "\n"
      "  --title T        the site's title\n"
-     "  --base-url URL   the address the site is published at\n",
+     "  --base-url URL   the address the site is published at (absolute http\n"
+     "                   or https)\n",
      runNew},
     {"info", "info SITE [--json]", "show the site's properties and pages",
      "Usage: quillfen info SITE [--json]\n"
@@ -194,8 +213,8 @@ const Command hostCommands[] = {
      "Usage: quillfen site SITE [KEY [VALUE]]\n"
      "\n"
      "Without KEY shows the site's properties; with KEY shows one; with VALUE\n"
-     "changes it and saves the site. Keys: siteTitle, siteBaseURL,\n"
-     "commonFileConsolidationMode (a whole number).\n",
+     "changes it and saves the site. Keys: siteTitle, siteBaseURL (an absolute\n"
+     "http or https address), commonFileConsolidationMode (a whole number).\n",
      runSite},
     {QFExportCommand::name, QFExportCommand::synopsis, QFExportCommand::summary, QFExportCommand::help(),
      QFExportCommand::run},
@@ -233,7 +252,7 @@ void printUsage(QTextStream &s, const QList<QFPluginCommand *> &pluginCommands)
     for (const QFPluginCommand *c : pluginCommands)
         printCommandLine(s, c->synopsis(), c->summary());
     s << "\nBlog commands take --page NAME to pick a blog page by unique ID, file name\n"
-         "or title when a site has several (default: the first blog page).\n"
+         "or title; a site with several blog pages needs it.\n"
          "Exit codes: 0 done, 1 failed, 2 wrong usage.\n"
          "Run 'quillfen COMMAND --help' for a command's options.\n";
     s.flush();

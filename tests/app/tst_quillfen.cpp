@@ -13,6 +13,10 @@ private slots:
     void commandLines();
     void settingRoundTrip_data();
     void settingRoundTrip();
+    void refusedValues_data();
+    void refusedValues();
+    void namesKeepTheModelsRules();
+    void severalBlogPagesNeedPage();
     void postsSurviveReopening();
     void categoryRemovalMergesOrDrops_data();
     void categoryRemovalMergesOrDrops();
@@ -85,6 +89,7 @@ void tst_Quillfen::commandLines_data()
     QTest::newRow("unknown post") << "post show SITE 99" << 1 << "no post with the ID 99";
     QTest::newRow("unknown category") << "category rename SITE Poetry Verse" << 1 << "Poetry";
     QTest::newRow("none category stays") << "category remove SITE None" << 1 << "cannot be removed";
+    QTest::newRow("none category keeps its name") << "category rename SITE none Nothing" << 1 << "cannot be renamed";
     QTest::newRow("rename onto another ignoring case") << "category rename SITE General work" << 1
                                                        << "already has a category";
     QTest::newRow("add a name in use ignoring case") << "category add SITE TRAVEL" << 1 << "Travel";
@@ -164,7 +169,12 @@ void tst_Quillfen::settingRoundTrip_data()
     QTest::addColumn<QString>("shown");
 
     QTest::newRow("bool") << "get" << "enableRSS" << "yes" << "true";
-    QTest::newRow("negative number") << "get" << "summarizeEntryRSSCount" << "-1" << "-1";
+    QTest::newRow("whole number") << "get" << "summarizeEntryRSSCount" << "3" << "3";
+    QTest::newRow("lastID grows") << "get" << "lastID" << "40" << "40";
+    QTest::newRow("language from the table") << "get" << "rssLanguage" << "German (Austria)" << "German (Austria)";
+    QTest::newRow("plain feed file name") << "get" << "rssCustomFeedFilename" << "main.rss" << "main.rss";
+    QTest::newRow("feed address") << "get" << "rssCustomFeedURL" << "https://feeds.example.net/notes" << "https://feeds.example.net/notes";
+    QTest::newRow("podcasting stays on") << "get" << "enablePodcasting" << "true" << "true";
     QTest::newRow("string with spaces") << "get" << "rssTitle" << "Evening Notes" << "Evening Notes";
     QTest::newRow("list as JSON") << "get" << "pingSettings"
                                   << R"([{"name":"example","rpc":true,"url":"http://ping.example/"}])"
@@ -172,6 +182,7 @@ void tst_Quillfen::settingRoundTrip_data()
     QTest::newRow("comment accounts") << "get" << "commentsUserIdentifiers" << R"({"disqus":"evening"})"
                                       << R"({"disqus":"evening"})";
     QTest::newRow("site title") << "site" << "siteTitle" << "Field Notes" << "Field Notes";
+    QTest::newRow("site base URL") << "site" << "siteBaseURL" << "https://example.org/blog/" << "https://example.org/blog/";
 }
 
 void tst_Quillfen::settingRoundTrip()
@@ -185,6 +196,103 @@ void tst_Quillfen::settingRoundTrip()
     const QuillfenRun read = m_f->run({command, "SITE", key});
     QCOMPARE(read.code, 0);
     QCOMPARE(read.out, shown + u'\n');
+}
+
+// Values of the right type that would break the blog or its links: each is
+// wrong usage (exit 2) naming the setting and what it takes, and the site
+// file stays byte for byte as it was.
+void tst_Quillfen::refusedValues_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("message");
+
+    QTest::newRow("lastID going back") << "set SITE lastID 0" << "\u201clastID\u201d only grows";
+    QTest::newRow("archive period beyond years") << "set SITE archivePostsPeriod 3"
+                                                 << "\u201carchivePostsPeriod\u201d takes 0 (weeks), 1 (months) or 2 (years)";
+    QTest::newRow("negative post limit") << "set SITE showPostLimit -1" << "\u201cshowPostLimit\u201d takes a whole number of 0 or more";
+    QTest::newRow("negative sentence count") << "set SITE summarizeEntryRSSCount -1" << "0 or more";
+    QTest::newRow("unknown comment service") << "set SITE commentsSelectedProviderTag 4" << "3 (Disqus)";
+    QTest::newRow("language not in the table") << "set SITE rssLanguage Klingon" << "\u201crssLanguage\u201d takes one of Afrikaans";
+    QTest::newRow("date part not in the table") << "set SITE dateModifier1 %Y" << "\u201cdateModifier1\u201d takes one of";
+    QTest::newRow("feed name with a folder") << "set SITE rssCustomFeedFilename feeds/main" << "may hold any letters";
+    QTest::newRow("hidden feed name") << "set SITE rssCustomFeedFilename .hidden.xml" << "may not begin with \u201c.\u201d";
+    QTest::newRow("feed name of two dots") << "set SITE rssCustomFeedFilename .." << "\u201crssCustomFeedFilename\u201d";
+    QTest::newRow("feed address not absolute") << "set SITE rssCustomFeedURL feed.xml" << "absolute http or https";
+    QTest::newRow("comments follow the service") << "set SITE enableComments true" << "commentsSelectedProviderTag";
+    QTest::newRow("podcasting is always on") << "set SITE enablePodcasting false" << "always true";
+    QTest::newRow("site base URL without scheme") << "site SITE siteBaseURL example.org/blog/" << "absolute http or https";
+    QTest::newRow("site base URL with a space") << "site|SITE|siteBaseURL|http://exa mple.org/" << "siteBaseURL";
+    QTest::newRow("site base URL of another scheme") << "site SITE siteBaseURL ftp://example.org/" << "siteBaseURL";
+    QTest::newRow("new site with a relative base URL") << "new DIR/other.qfsite --base-url /blog/" << "--base-url";
+    QTest::newRow("permalink name with a folder") << "post edit SITE 0 --permalink-name notes/about" << "except \u201c/\u201d";
+    QTest::newRow("permalink name leading out") << "post edit SITE 0 --permalink-name ../about" << "The permalink name";
+    QTest::newRow("hidden permalink name") << "post add SITE --title Hidden --permalink-name .about" << "may not begin";
+    QTest::newRow("blank category name") << "category|add|SITE|  " << "a category needs a name";
+    QTest::newRow("blank tag name") << "post|add|SITE|--title|T|--tag| " << "a tag needs a name";
+}
+
+void tst_Quillfen::refusedValues()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, message);
+
+    QF_VERIFY_RUN(m_f->run("post add SITE --title First"));
+    const QByteArray site = m_f->read(m_f->site);
+    const QStringList names = m_f->names();
+    const QuillfenRun run = m_f->run(line);
+    QVERIFY2(run.code == 2, qPrintable(QStringLiteral("exit %1\n%2").arg(run.code).arg(run.err)));
+    QVERIFY2(run.err.contains(message), qPrintable(run.err));
+    QVERIFY2(run.err.contains(QLatin1String("--help")), qPrintable(run.err));
+    QCOMPARE(m_f->read(m_f->site), site);
+    QCOMPARE(m_f->names(), names);
+}
+
+// "None" means the None category, names are one ignoring case (the first
+// spelling wins), and no command leaves a category without a name.
+void tst_Quillfen::namesKeepTheModelsRules()
+{
+    m_f->write("none.jsonl", R"({"title": "A", "date": "2024-01-01T10:00:00", "categories": ["None", "Travel", "travel"]})"
+                             "\n"
+                             R"({"title": "B", "date": "2024-01-02T10:00:00", "categories": ["none"], "tags": ["Leaves", "leaves"]})"
+                             "\n");
+    QF_VERIFY_RUN(m_f->run("post add SITE --jsonl DIR/none.jsonl"));
+    QF_VERIFY_RUN(m_f->run("post add SITE --title C --date 2024-01-03T10:00:00 --category None --category work "
+                           "--tag Leaves --tag leaves --tag LEAVES"));
+    QF_VERIFY_RUN(m_f->run("post|add|SITE|--title|D|--date|2024-01-04T10:00:00|--category|  Ideas |--tag| Rain "));
+    QF_VERIFY_RUN(m_f->run("category|rename|SITE|General|new category"));
+    const QuillfenRun added = m_f->run("category add SITE");
+    QCOMPARE(added.code, 0);
+    QVERIFY2(added.out.endsWith(QLatin1String("\tNew Category 2\n")), qPrintable(added.out));
+
+    QCOMPARE(m_f->listedPosts(),
+             QStringList({R"({"categories":["Ideas"],"date":"2024-01-04T10:00:00+01:00","draft":false,"tags":["Rain"],"title":"D"})",
+                          R"({"categories":["Work"],"date":"2024-01-03T10:00:00+01:00","draft":false,"tags":["Leaves"],"title":"C"})",
+                          R"({"categories":[],"date":"2024-01-02T10:00:00+01:00","draft":false,"tags":["Leaves"],"title":"B"})",
+                          R"({"categories":["Travel"],"date":"2024-01-01T10:00:00+01:00","draft":false,"tags":[],"title":"A"})"}));
+    QStringList categories;
+    for (const QJsonValue &category : m_f->run("category list SITE --json").json().array())
+        categories.append(category.toObject().value("name").toString());
+    QCOMPARE(categories, (QStringList{"None", "new category", "Personal", "Work", "Travel", "Ideas", "New Category 2"}));
+}
+
+// A blog command on a site with several blog pages names the page it works
+// on; pages of one title are told apart by file name.
+void tst_Quillfen::severalBlogPagesNeedPage()
+{
+    QF_VERIFY_RUN(m_f->run("page export SITE blog DIR/blog.qfpage"));
+    QF_VERIFY_RUN(m_f->run("page import SITE DIR/blog.qfpage --name diary --title Blog"));
+    const QByteArray site = m_f->read(m_f->site);
+
+    for (const QString &line : {QStringLiteral("set SITE rssTitle Diary"), QStringLiteral("set SITE rssTitle Diary --page Blog")}) {
+        const QuillfenRun refused = m_f->run(line);
+        QCOMPARE(refused.code, 2);
+        for (const QString &part : {QStringLiteral("--page blog "), QStringLiteral("--page diary "), QStringLiteral("site.qfsite")})
+            QVERIFY2(refused.err.contains(part), qPrintable(refused.err));
+        QCOMPARE(m_f->read(m_f->site), site);
+    }
+    QF_VERIFY_RUN(m_f->run("set SITE rssTitle Diary --page diary"));
+    QCOMPARE(m_f->run("get SITE rssTitle --page diary").out, QStringLiteral("Diary\n"));
+    QVERIFY(m_f->run("get SITE rssTitle --page blog").out != QStringLiteral("Diary\n"));
 }
 
 void tst_Quillfen::postsSurviveReopening()

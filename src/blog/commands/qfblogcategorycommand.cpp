@@ -29,9 +29,7 @@ int add(const QFCommandArguments &parsed, QFCommandContext &context, QFBlogSite 
     parsed.requirePositional(2, 3);
     QFBlogCategoryPtr category;
     if (parsed.positional().size() == 3) {
-        const QString name = parsed.positional().at(2);
-        if (name.isEmpty())
-            QFCommandArguments::usageError(QStringLiteral("a category needs a name"));
+        const QString name = QFBlogCommandSupport::checkedName(parsed.positional().at(2), QStringLiteral("category"));
         // The plugin would add it without a name; the user is told instead.
         if (const QFBlogCategoryPtr clash = QFBlogCommandSupport::categoryNamed(*site.blog, name)) {
             throw QFException(QStringLiteral("Category Exists"),
@@ -67,10 +65,14 @@ int list(const QFCommandArguments &parsed, QFCommandContext &context, QFBlogSite
 int rename(const QFCommandArguments &parsed, QFCommandContext &context, QFBlogSite &site)
 {
     parsed.requirePositional(4, 4);
+    const QString newName = QFBlogCommandSupport::checkedName(parsed.positional().at(3), QStringLiteral("category"));
     const QFBlogCategoryPtr category = existingCategory(site, parsed.positional().at(2));
-    const QString newName = parsed.positional().at(3);
-    if (newName.isEmpty())
-        QFCommandArguments::usageError(QStringLiteral("a category needs a name"));
+    // "None" in any input means the None category, so its name stays.
+    if (category->isNone()) {
+        throw QFException(QStringLiteral("Cannot Rename Category"),
+                          QStringLiteral("The category \u201c%1\u201d of %2 holds posts without a category and cannot be renamed.")
+                              .arg(category->categoryName(), quoted(site.path)));
+    }
     QString proposed = newName;
     if (!category->validateCategoryName(&proposed)) {
         throw QFException(QStringLiteral("Category Exists"),
@@ -166,7 +168,8 @@ QString QFBlogCategoryCommand::help() const
         "\n"
         "Category names are unique ignoring case and are found ignoring case.\n"
         "add without NAME uses the first free default name. rename is refused when\n"
-        "another category has the new name. A category that posts use is removed\n"
+        "another category has the new name. \"None\" names the none category, which\n"
+        "cannot be renamed. A category that posts use is removed\n"
         "only with --merge-into (its posts move to that category) or --drop (it\n"
         "is taken off its posts). The none category cannot be removed.\n"
         "\n"

@@ -81,7 +81,9 @@ void attachFiles(Result &result, const QDir &folder);
 
 // Adds the posts to the blog in their order, in one step the undo stack
 // takes back at once, and answers them with their new IDs. A post without
-// categories is in the None category. A category is the blog's of that name
+// categories is in the None category, and so is one whose only category
+// is "None" (the word, or the None category's name, ignoring case; beside
+// other categories it is dropped). A category is the blog's of that name
 // ignoring case, made when missing; a tag takes the spelling of a tag the
 // blog knows ignoring case (posts earlier in the list count). Takes the
 // posts' texts (the list is left empty), so a large file is not held twice.

@@ -2,6 +2,7 @@
 
 #include "blog/commands/qfblogcommandsupport.h"
 #include "blog/commands/qfblogjsonlines.h"
+#include "blog/model/qfblogfilenames.h"
 #include "blog/plugin/qfblogentryarraycontroller.h"
 #include "blog/plugin/qfblogplugin.h"
 #include "qfkit/document/qfcommandcontext.h"
@@ -17,6 +18,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QTextStream>
+#include <algorithm>
 
 using QFBlogCommandSupport::quoted;
 using Option = QFCommandArguments::Option;
@@ -41,6 +43,7 @@ QList<Option> editOptions()
             {QStringLiteral("markdown"), false},
             {QStringLiteral("html"), false},
             {QStringLiteral("podcast"), true},
+            {QStringLiteral("permalink-name"), true},
             {QStringLiteral("jsonl"), true},
             {QStringLiteral("json"), false},
             {QStringLiteral("yes"), false}};
@@ -56,6 +59,9 @@ void checkEditOptions(const QFCommandArguments &parsed)
         QFCommandArguments::usageError(QStringLiteral("give either --markdown or --html, not both"));
     if (parsed.isSet(QStringLiteral("draft")) && parsed.isSet(QStringLiteral("published")))
         QFCommandArguments::usageError(QStringLiteral("give either --draft or --published, not both"));
+    if (const std::optional<QString> problem = QFBlogFileNames::problem(parsed.value(QStringLiteral("permalink-name")),
+                                                                        QStringLiteral("The permalink name")))
+        QFCommandArguments::usageError(*problem);
     if (parsed.isSet(QStringLiteral("date")) && !QFBlogJsonLines::parseDate(parsed.value(QStringLiteral("date")))) {
         QFCommandArguments::usageError(
             QStringLiteral("'%1' is not an ISO 8601 date (such as 2024-05-01T09:30:00)").arg(parsed.value(QStringLiteral("date"))));
@@ -77,37 +83,48 @@ void applyOptions(const QFCommandArguments &parsed, QFBlogSite &site, const QFBl
         entry->setStatus(1);
 
     if (parsed.isSet(QStringLiteral("category"))) {
-        QList<int> ids;
-        for (const QString &name : parsed.values(QStringLiteral("category"))) {
-            if (name.isEmpty())
-                QFCommandArguments::usageError(QStringLiteral("a category needs a name"));
-            QFBlogCategoryPtr category = QFBlogCommandSupport::categoryNamed(blog, name);
-            if (!category)
-                category = blog.addNewCategory(name);
-            if (!ids.contains(category->categoryID()))
-                ids.append(category->categoryID());
-        }
-        entry->setCategoryIDs(ids);
+        QStringList names;
+        for (const QString &name : parsed.values(QStringLiteral("category")))
+            names.append(QFBlogCommandSupport::checkedName(name, QStringLiteral("category")));
+        entry->setCategoryIDs(QFBlogCommandSupport::categoryIDsForNames(blog, names));
     }
 
     if (parsed.isSet(QStringLiteral("tag"))) {
+        // Tag names are one ignoring case: the spelling the blog knows, else
+        // the first one given, wins (tag pages are named in lower case).
         QFBlogTagList tags;
         const QVariantList known = blog.knownTagsArray();
-        for (const QString &name : parsed.values(QStringLiteral("tag"))) {
-            if (name.isEmpty())
-                QFCommandArguments::usageError(QStringLiteral("a tag needs a name"));
+        for (const QString &typed : parsed.values(QStringLiteral("tag"))) {
+            const QString name = QFBlogCommandSupport::checkedName(typed, QStringLiteral("tag"));
+            const auto sameName = [&name](const QString &other) { return other.compare(name, Qt::CaseInsensitive) == 0; };
+            if (std::any_of(tags.cbegin(), tags.cend(), [&](const QFBlogTag &tag) { return sameName(tag.tagName()); }))
+                continue;
             QString tagName = name;
             for (const QVariant &item : known) {
                 const QString knownName = item.toMap().value(QStringLiteral("name")).toString();
-                if (knownName.compare(name, Qt::CaseInsensitive) == 0) {
+                if (sameName(knownName)) {
                     tagName = knownName;
                     break;
                 }
             }
-            if (!tags.contains(QFBlogTag(tagName)))
-                tags.append(QFBlogTag(tagName));
+            tags.append(QFBlogTag(tagName));
         }
         entry->setTags(tags);
+    }
+
+    if (parsed.isSet(QStringLiteral("permalink-name"))) {
+        const QString name = parsed.value(QStringLiteral("permalink-name"));
+        for (const QFBlogEntryPtr &other : blog.posts()) {
+            if (other != entry && !name.isEmpty()
+                && other->overridePermalinkNameText().compare(name, Qt::CaseInsensitive) == 0) {
+                throw QFException(QStringLiteral("Permalink Name In Use"),
+                                  QStringLiteral("The post \u201c%1\u201d (ID %2) of %3 already has the permalink name "
+                                                 "\u201c%4\u201d.")
+                                      .arg(other->titleOrNoTitle(), QString::number(other->ID()), quoted(site.path), name));
+            }
+        }
+        entry->setOverridePermalinkName(!name.isEmpty());
+        entry->setOverridePermalinkNameText(name);
     }
 
     const TextFormat format = parsed.isSet(QStringLiteral("html")) ? TextFormat::HTML
@@ -358,6 +375,10 @@ QString QFBlogPostCommand::help() const
         "  --markdown        body and summary are Markdown\n"
         "  --html            body and summary are raw HTML, kept as typed\n"
         "  --podcast FILE    the podcast file\n"
+        "  --permalink-name NAME  the file name of the post's page instead of its\n"
+        "                    GUID and ID (no / \\ : * ? \" < > | # % &, not\n"
+        "                    beginning with .; an extension is added when it\n"
+        "                    has none); \"\" gives the page its own name again\n"
         "  --json            list and show as JSON (id, guid, title, date, draft,\n"
         "                    categories, tags, podcast; show adds summary, body)\n"
         "  --page NAME       the blog page (unique ID, file name or title)\n");

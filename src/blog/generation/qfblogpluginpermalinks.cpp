@@ -1,6 +1,7 @@
 #include "blog/generation/qfblogpluginpermalinks.h"
 
 #include "blog/generation/qfblogplugincodegeneration.h"
+#include "blog/model/qfblogfilenames.h"
 #include "blog/plugin/qfblogplugin.h"
 #include "qfkit/document/qfsitedocument.h"
 #include "qfkit/support/qfbundle.h"
@@ -61,14 +62,20 @@ void QFBlogPluginPermalinks::endExport()
 QString QFBlogPluginPermalinks::permalinkFilename(const QFBlogEntryPtr &entry,
                                                   const std::optional<QString> &preferredExtension) const
 {
+    // A stored name that is no usable file name (from an older document)
+    // gives way to the blog's own, so the page and its links agree.
     const QString &override = entry->overridePermalinkNameText();
-    if (!override.isEmpty()) {
+    if (QFBlogFileNames::isUsable(override)) {
         if (!QFileInfo(override).suffix().isEmpty() || !preferredExtension || preferredExtension->isEmpty())
             return override;
         return override + QLatin1Char('.') + *preferredExtension;
     }
     QString name = entry->GUID();
     name.append(QLatin1Char('-')).append(QString::number(entry->ID()));
+    // A GUID read from a package may be anything; the page still gets a
+    // plain file name.
+    if (!QFBlogFileNames::isUsable(name))
+        name = QStringLiteral("post-%1").arg(entry->ID());
     // Only a missing extension leaves the dot out; an empty one keeps it.
     if (preferredExtension)
         name.append(QLatin1Char('.')).append(*preferredExtension);
@@ -186,6 +193,7 @@ QList<QFExportItem> QFBlogPluginPermalinks::emitPermalinkEntriesWithFilesDirecto
                     QStringLiteral("%blog_permalink_title%"), QStringLiteral("%blog_permalink_entries%")});
 
     QList<QFExportItem> result;
+    QHash<QString, QFBlogEntryPtr> claims;
     const QList<QFBlogEntryPtr> posts = m_plugin.posts();
     for (const QFBlogEntryPtr &entry : posts) {
         if (m_plugin.exportCancelled())
@@ -193,24 +201,40 @@ QList<QFExportItem> QFBlogPluginPermalinks::emitPermalinkEntriesWithFilesDirecto
         if (!entry || entry->isDraft())
             continue;
 
+        const QString fileName = permalinkFilename(entry, extension);
+        if (const std::optional<QString> problem = QFBlogFileNames::problem(
+                entry->overridePermalinkNameText(),
+                QStringLiteral("The permalink name of the post \u201c%1\u201d").arg(entry->titleOrNoTitle()))) {
+            m_plugin.addExportError(QStringLiteral("%1; the page was written as \u201c%2\u201d.\n").arg(*problem, fileName));
+        }
+        // Two posts of one name would overwrite each other's page (on a
+        // server that ignores case, too): the first in stored order keeps it.
+        const QString claim = fileName.toCaseFolded();
+        const auto claimed = claims.constFind(claim);
+        if (claimed != claims.constEnd()) {
+            m_plugin.addExportError(QFBlogPlugin::localizedString(QStringLiteral("PermalinkNameCollisionMessage"))
+                                        .arg(fileName, (*claimed)->titleOrNoTitle(), QString::number((*claimed)->ID()),
+                                             entry->titleOrNoTitle(), QString::number(entry->ID())));
+            m_plugin.exportUnitDone();
+            continue;
+        }
+        claims.insert(claim, entry);
+
         const QStringList values{
             haloScan, jskit, entry->title().isEmpty() ? emptyText : QFStrings::convertToEntities(entry->title()),
             generation.emitBlogEntryHTML(entry, filesDirectory, 1, false, QFBlogPluginCodeGeneration::PermalinkPage,
                                          params)};
-
-        const QString fileName = permalinkFilename(entry, extension);
         if (contentOnly) {
             QFExportItem item = QFTextViewPluginClient::contentOnlySubpageWithHTML(pageTemplate->filled(values), fileName);
             if (const std::optional<QString> title = permalinkPageTitle(entry))
                 item.setSubstitution(QStringLiteral("title"), *title);
             result.append(item);
         } else {
-            // A name typed by the user may hold folders; the page stays in
-            // the scratch folder whatever it says.
-            const QString leaf = QFileInfo(fileName).fileName();
-            if (!scratch.isEmpty() && !leaf.isEmpty() && leaf != QLatin1String(".") && leaf != QLatin1String("..")) {
+            // The name is one plain file name (see permalinkFilename), so
+            // the page stays in the scratch folder.
+            if (!scratch.isEmpty()) {
                 m_plugin.writeExportFile(
-                    scratch + QLatin1Char('/') + leaf, [pageTemplate, values] { return pageTemplate->filledUtf8(values); },
+                    scratch + QLatin1Char('/') + fileName, [pageTemplate, values] { return pageTemplate->filledUtf8(values); },
                     values.constLast().size() * 2 + 65536);
             }
         }

@@ -34,7 +34,10 @@ public:
     // override as typed (with ".<extension>" added when it has no extension
     // of its own and one is given), else "<GUID>-<ID>" followed by
     // ".<extension>" whenever an extension is given, even an empty one
-    // ("<GUID>-<ID>." — kept that way). nullopt: no extension at all.
+    // ("<GUID>-<ID>." — kept that way). nullopt: no extension at all. An
+    // override that QFBlogFileNames does not accept counts as none, and a
+    // GUID that makes no plain file name gives "post-<ID>", so the name is
+    // always one file in the files folder.
     QString permalinkFilename(const QFBlogEntryPtr &entry, const std::optional<QString> &preferredExtension) const;
     // The relative link to the post's permalink page: the bare file name on
     // a page inside the files folder (depth non-zero, or params "subpage"
@@ -65,8 +68,10 @@ public:
     // back as content-only sub-pages (with the page title as substitution
     // "title" when there is one); otherwise they are written as UTF-8 into
     // the plugin's scratch folder (a failed write leaves the page out) and
-    // the list is empty. Only the last component of an override name is used
-    // as file name, so nothing is written outside the scratch folder.
+    // the list is empty. A stored override the name rule refuses, and a
+    // post whose page name another post (earlier in stored order, ignoring
+    // case) already has, are export errors of the plugin naming the posts;
+    // the latter post gets no page, so neither page overwrites the other.
     // Raises what the fragment raises (QFException "Base URL Required").
     QList<QFExportItem> emitPermalinkEntriesWithFilesDirectory(const QString &filesDirectory,
                                                                const QVariantMap &params);

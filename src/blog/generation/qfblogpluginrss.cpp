@@ -2,6 +2,7 @@
 
 #include "blog/generation/qfblogpluginarchives.h"
 #include "blog/generation/qfblogpluginpermalinks.h"
+#include "blog/model/qfblogfilenames.h"
 #include "blog/model/qfblogpodcastoverrideaccessors.h"
 #include "blog/plugin/qfblogplugin.h"
 #include "qfkit/document/qfsitedocument.h"
@@ -593,9 +594,13 @@ std::optional<QString> QFBlogPluginRSS::enclosureMimeType(const QString &extensi
 
 QString QFBlogPluginRSS::rssFeedFilename() const
 {
+    // A stored name that is no usable file name (from an older document)
+    // gives way to the page's own, so the feed file and its links agree.
     QString name = m_plugin.rssCustomFeedFilename();
-    if (name.isEmpty())
+    if (!QFBlogFileNames::isUsable(name))
         name = m_plugin.uniqueID();
+    if (!QFBlogFileNames::isUsable(name))
+        name = QStringLiteral("feed");
     if (QFileInfo(name).suffix().isEmpty())
         name.append(QStringLiteral(".xml"));
     return name;

@@ -80,7 +80,10 @@ public:
     static QVariantMap enclosureMimeTypeMap();
 
     // The feed's file name in the files folder: the custom feed file name, or
-    // the page's unique ID, with ".xml" added when it has no extension.
+    // the page's unique ID, with ".xml" added when it has no extension. A
+    // custom name that QFBlogFileNames does not accept counts as none (and
+    // "feed" stands in for a unique ID that makes no file name), so the name
+    // is always one file in the files folder.
     QString rssFeedFilename() const;
     // The external feed address (the plugin's rssCustomFeedURL).
     QString rssFeedURL() const;

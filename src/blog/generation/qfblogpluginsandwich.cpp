@@ -5,6 +5,7 @@
 #include "blog/model/qfblogcustomitunestags.h"
 #include "blog/model/qfblogcustomtag.h"
 #include "blog/model/qfblogentry.h"
+#include "blog/model/qfblogfilenames.h"
 #include "blog/plugin/qfblogentryarraycontroller.h"
 #include "blog/plugin/qfblogplugin.h"
 #include "qfkit/sandwich/cvsandwich.h"
@@ -340,6 +341,9 @@ std::unique_ptr<QFBlogPlugin> QFBlogPluginSandwich::createWithSandwich(const CVS
     }
 
     p.setRssCustomFeedFilename(d.string(QStringLiteral("RSSCustomFeedFilename")).value_or(QString()));
+    if (const std::optional<QString> problem =
+            QFBlogFileNames::problem(p._rssCustomFeedFilename, QStringLiteral("The feed file name")))
+        throw QFException(QStringLiteral("Malformed Package"), *problem + QLatin1Char('.'));
     if (const std::optional<QVariantList> list = d.list(QStringLiteral("ChannelCustomTags"))) {
         QList<QFBlogCustomTagPtr> tags;
         for (const QVariant &element : *list)
@@ -382,6 +386,11 @@ std::unique_ptr<QFBlogPlugin> QFBlogPluginSandwich::createWithSandwich(const CVS
         if (!entry) {
             alertPostLeftOut(entries.at(i), position);
             continue;
+        }
+        if (const std::optional<QString> problem = QFBlogFileNames::problem(
+                entry->overridePermalinkNameText(),
+                QStringLiteral("The permalink name of the post \u201c%1\u201d").arg(entry->titleOrNoTitle()))) {
+            throw QFException(QStringLiteral("Malformed Package"), *problem + QLatin1Char('.'));
         }
         entry->setBlogPlugin(&p);
         p._blogEntries.append(entry);

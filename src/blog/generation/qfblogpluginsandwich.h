@@ -44,7 +44,8 @@ public:
     // A new blog, owned by the caller, rebuilt from the package's version-0
     // filling. The clock, when given, is the new blog's (for its build dates
     // when the package has none). Raises QFException("Malformed Package") for
-    // a package of another type or without that filling, or whose "LastID"
+    // a package of another type or without that filling, for a permalink or
+    // feed file name QFBlogFileNames refuses, or whose "LastID"
     // lies outside 0 … INT_MAX - (number of posts + 1), where drawing the
     // next IDs would overflow.
     //

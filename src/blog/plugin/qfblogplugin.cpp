@@ -10,6 +10,7 @@
 #include "blog/generation/qfblogpluginrss.h"
 #include "blog/generation/qfblogpluginsandwich.h"
 #include "blog/generation/qfblogplugintagsemission.h"
+#include "blog/model/qfblogfilenames.h"
 #include "blog/model/qfblogmodel.h"
 #include "blog/model/qfblognotifier.h"
 #include "blog/model/qfcollections.h"
@@ -763,11 +764,14 @@ QList<QFExportItem> QFBlogPlugin::extraFilesNeededInExportFolder(const QVariantM
     std::unique_ptr<BackgroundJob> feed;
     QString feedPath;
     if (!preview && _enableRSS) {
-        // Only the last component of a typed feed name: nothing is
-        // written outside the scratch folder.
-        QString feedName = QFileInfo(m_rss->rssFeedFilename()).fileName();
-        if (feedName.isEmpty() || feedName == QLatin1String(".") || feedName == QLatin1String(".."))
-            feedName = uniqueID() + QStringLiteral(".xml");
+        // The name is one plain file name (see rssFeedFilename), the one
+        // every feed link uses, so nothing is written outside the scratch
+        // folder; a stored name that had to give way is reported.
+        const QString feedName = m_rss->rssFeedFilename();
+        if (const std::optional<QString> problem =
+                QFBlogFileNames::problem(_rssCustomFeedFilename, QStringLiteral("The feed file name"))) {
+            addExportError(QStringLiteral("%1; the feed was written as \u201c%2\u201d.\n").arg(*problem, feedName));
+        }
         feedPath = directory + QLatin1Char('/') + feedName;
         for (const QFBlogEntryPtr &entry : std::as_const(_blogEntries))
             entry->GUID();
@@ -936,17 +940,20 @@ void QFBlogPlugin::exportPodcastImageData(const QByteArray &data, const QString 
 
 void QFBlogPlugin::addExportError(const QString &text)
 {
+    const QMutexLocker locker(&m_exportErrorsMutex);
     ++_numberOfExportErrors;
     _exportErrorsString.append(text);
 }
 
 unsigned QFBlogPlugin::numberOfExportErrors() const
 {
+    const QMutexLocker locker(&m_exportErrorsMutex);
     return _numberOfExportErrors;
 }
 
 QString QFBlogPlugin::exportErrorsString() const
 {
+    const QMutexLocker locker(&m_exportErrorsMutex);
     return _exportErrorsString;
 }
 

@@ -16,6 +16,7 @@
 #include <QDateTime>
 #include <QImage>
 #include <QList>
+#include <QMutex>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
@@ -338,7 +339,7 @@ public:
     void exportPodcastImageData(const QByteArray &data, const QString &fileName);
 
     // Problems of single posts met during an export: counted, collected and
-    // reported once, in one alert, at its end.
+    // reported once, in one alert, at its end. Safe from the feed's thread.
     void addExportError(const QString &text);
     unsigned numberOfExportErrors() const;
     QString exportErrorsString() const;
@@ -467,7 +468,8 @@ public:
     QFBlogCategoryPtr categoryForCategoryName(const QString &name) const;
     bool categoryNameExists(const QString &name) const;
     // addNewCategory() with the localised "NewCategoryName", or the first of
-    // "NewCategoryNameFormatString" with 2, 3, … that no category has.
+    // "NewCategoryNameFormatString" with 2, 3, … that no category has in any
+    // letter case.
     QFBlogCategoryPtr addCategory();
     // Appends a category of that name with the next free ID and reports.
     // Never null (a name in use ignoring case leaves it without a name).
@@ -832,6 +834,8 @@ private:
     // Set while addEntries() renews the posts it is handed: they are not in
     // the list yet, so their dates need no re-sort of it.
     bool m_renewingAddedEntries = false;
+    // The feed thread and the page generators both add export errors.
+    mutable QMutex m_exportErrorsMutex;
     unsigned _numberOfExportErrors = 0;
     QString _exportErrorsString;
     std::atomic<bool> _exportCancelled{false};

@@ -268,8 +268,15 @@ bool QFBlogPlugin::categoryNameExists(const QString &name) const
 
 QFBlogCategoryPtr QFBlogPlugin::addCategory()
 {
+    // Names are unique ignoring case: a name taken in another letter case
+    // would leave the new category without a name.
+    const auto taken = [this](const QString &name) {
+        return std::any_of(_categories.cbegin(), _categories.cend(), [&name](const QFBlogCategoryPtr &category) {
+            return category && category->categoryName().compare(name, Qt::CaseInsensitive) == 0;
+        });
+    };
     QString name = L("NewCategoryName");
-    for (int number = 2; categoryNameExists(name); ++number)
+    for (int number = 2; taken(name); ++number)
         name = L("NewCategoryNameFormatString").arg(number);
     return addNewCategory(name);
 }

@@ -2,6 +2,7 @@
 
 #include <QCryptographicHash>
 #include <QTextBoundaryFinder>
+#include <QUrl>
 #include <algorithm>
 #include <iterator>
 
@@ -304,6 +305,14 @@ QString md5HexChecksum(const QString &s)
 QString appendForwardSlash(const QString &s)
 {
     return s.endsWith(u'/') ? s : s + u'/';
+}
+
+bool isAbsoluteWebAddress(const QString &s)
+{
+    const QUrl url(s, QUrl::StrictMode);
+    const QString scheme = url.scheme();
+    return url.isValid() && (scheme == QLatin1StringView("http") || scheme == QLatin1StringView("https"))
+        && !url.host().isEmpty() && s.trimmed() == s;
 }
 
 bool boolValue(const QString &s)

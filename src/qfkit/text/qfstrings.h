@@ -60,6 +60,11 @@ QString md5HexChecksum(const QString &s);
 // s with "/" appended unless it already ends in one ("" -> "/").
 QString appendForwardSlash(const QString &s);
 
+// Whether s is an absolute http or https address with a host, as a site's
+// base URL and the other addresses a site publishes under must be. No
+// trimming: surrounding spaces make it false.
+bool isAbsoluteWebAddress(const QString &s);
+
 // True exactly when s is "1" or, in any letter case, "yes" or "true". No
 // trimming: " yes" is false.
 bool boolValue(const QString &s);

@@ -338,6 +338,10 @@ private slots:
         QTest::newRow("page ID as file name") << true << "" << none << "http://example.com/blog/files/page1.xml";
         QTest::newRow("custom name gets .xml") << true << "news" << none << "http://example.com/blog/files/news.xml";
         QTest::newRow("custom name keeps its extension") << true << "news.rss" << none << "http://example.com/blog/files/news.rss";
+        // The file is written under the same name (tst_QFBlogPluginRSS), so no link dangles.
+        QTest::newRow("custom name with a folder gives way") << true << "feeds/main" << none << "http://example.com/blog/files/page1.xml";
+        QTest::newRow("hidden custom name gives way") << true << ".hidden.xml" << none << "http://example.com/blog/files/page1.xml";
+        QTest::newRow("custom name of dots gives way") << true << ".." << none << "http://example.com/blog/files/page1.xml";
         QTest::newRow("custom URL as stored") << true << "" << "http://feeds.example.net/x" << "http://feeds.example.net/x";
     }
 

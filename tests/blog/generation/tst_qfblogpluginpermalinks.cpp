@@ -40,29 +40,45 @@ private slots:
     {
         QTest::addColumn<QString>("override");
         QTest::addColumn<OptionalString>("extension");
+        QTest::addColumn<QString>("guid");
         QTest::addColumn<QString>("fileName");
 
         const OptionalString none, html("html"), empty("");
-        QTest::newRow("override gets the extension") << "about-me" << html << "about-me.html";
-        QTest::newRow("override keeps its own extension") << "about-me.php" << html << "about-me.php";
-        QTest::newRow("override without extension given") << "about-me" << none << "about-me";
-        QTest::newRow("override with an empty extension") << "about-me" << empty << "about-me";
-        QTest::newRow("GUID and ID") << "" << html << kGUID + "-12.html";
-        QTest::newRow("GUID and ID without extension") << "" << none << kGUID + "-12";
-        QTest::newRow("GUID and ID with an empty extension keeps the dot") << "" << empty << kGUID + "-12.";
+        QTest::newRow("override gets the extension") << "about-me" << html << kGUID << "about-me.html";
+        QTest::newRow("override keeps its own extension") << "about-me.php" << html << kGUID << "about-me.php";
+        QTest::newRow("override without extension given") << "about-me" << none << kGUID << "about-me";
+        QTest::newRow("override with an empty extension") << "about-me" << empty << kGUID << "about-me";
+        QTest::newRow("GUID and ID") << "" << html << kGUID << kGUID + "-12.html";
+        QTest::newRow("GUID and ID without extension") << "" << none << kGUID << kGUID + "-12";
+        QTest::newRow("GUID and ID with an empty extension keeps the dot") << "" << empty << kGUID << kGUID + "-12.";
+        // Stored names from before names were checked when set: the page
+        // takes its own name, and its links the same one.
+        QTest::newRow("override with a folder") << "notes/about" << html << kGUID << kGUID + "-12.html";
+        QTest::newRow("override leading out") << "../../outside.html" << html << kGUID << kGUID + "-12.html";
+        QTest::newRow("override of two dots") << ".." << html << kGUID << kGUID + "-12.html";
+        QTest::newRow("hidden override") << ".about" << html << kGUID << kGUID + "-12.html";
+        QTest::newRow("override with a fragment mark") << "about#me" << html << kGUID << kGUID + "-12.html";
+        QTest::newRow("override with a space at its end") << "about " << html << kGUID << kGUID + "-12.html";
+        QTest::newRow("override of another script with a space") << "z\u00fcrich trip" << html << kGUID << "z\u00fcrich trip.html";
+        QTest::newRow("GUID from a package that is no file name") << "" << html << "../x" << "post-12.html";
     }
 
     void permalinkFilename()
     {
         QFETCH(QString, override);
         QFETCH(OptionalString, extension);
+        QFETCH(QString, guid);
         QFETCH(QString, fileName);
 
         QFBlogPlugin blog;
         QFBlogEntryPtr entry = add(blog, 12, "A title never in the name");
-        entry->setGUID(kGUID);
+        entry->setGUID(guid);
         entry->setOverridePermalinkNameText(override);
         QCOMPARE(blog.permalinks().permalinkFilename(entry, extension), fileName);
+        QVariantMap params{{"filesfoldername", "files"}};
+        if (extension)
+            params.insert("FilenameExt", *extension);
+        QCOMPARE(blog.permalinks().permalinkLink(entry, params, 0), OptionalString("files/" + fileName));
     }
 
     void permalinkLink_data()
@@ -213,7 +229,8 @@ private slots:
         blog.setCommentsSelectedProviderTag(2);
         QFBlogEntryPtr first = add(blog, 1, "First");
         add(blog, 2, "Draft", true);
-        add(blog, 3, "Escaping")->setOverridePermalinkNameText("../../outside.html");
+        QFBlogEntryPtr escaping = add(blog, 3, "Escaping");
+        escaping->setOverridePermalinkNameText("../../outside.html");
 
         const QString scratch = blog.temporaryFilesDirectory();
         blog.createFolder(scratch, true);
@@ -221,8 +238,11 @@ private slots:
         QVERIFY(blog.permalinks().emitPermalinkEntriesWithFilesDirectory("../files", params).isEmpty());
 
         const QStringList files = QDir(scratch).entryList(QDir::Files, QDir::Name);
-        QCOMPARE(files, (QStringList{first->GUID() + "-1.html", "outside.html"}));
+        QCOMPARE(files, (QStringList{first->GUID() + "-1.html", escaping->GUID() + "-3.html"}));
         QVERIFY(!QFileInfo::exists(scratch + "/../../outside.html"));
+        QCOMPARE(blog.numberOfExportErrors(), 1u);
+        QVERIFY(blog.exportErrorsString().contains("../../outside.html"));
+        QVERIFY(blog.exportErrorsString().contains("Escaping"));
 
         const QString page = readFile(scratch + '/' + files.at(0));
         QVERIFY(!page.contains("%blog_permalink_"));
@@ -232,6 +252,42 @@ private slots:
         QVERIFY(page.contains(blog.codeGeneration().jskitLoadCommand()));
         QVERIFY(page.contains(blog.codeGeneration().emitBlogEntryHTML(first, "../files", 1, false,
                                                                        QFBlogPluginCodeGeneration::PermalinkPage, params)));
+    }
+
+    void collidingNamesAreReportedNotOverwritten_data()
+    {
+        QTest::addColumn<bool>("contentOnly");
+        QTest::newRow("pages written") << false;
+        QTest::newRow("content-only pages") << true;
+    }
+
+    void collidingNamesAreReportedNotOverwritten()
+    {
+        QFETCH(bool, contentOnly);
+
+        QFBlogPlugin blog;
+        QFBlogEntryPtr first = add(blog, 1, "First");
+        first->setOverridePermalinkNameText("About");
+        add(blog, 2, "Second")->setOverridePermalinkNameText("about.html");
+        QFBlogEntryPtr third = add(blog, 3, "Third");
+
+        const QString scratch = blog.temporaryFilesDirectory();
+        blog.createFolder(scratch, true);
+        QVariantMap params{{"FilenameExt", "html"}, {"filesfoldername", "files"}, {"pagecharset", "utf-8"}};
+        if (contentOnly)
+            params.insert("contentonlysubpages", "YES");
+        const QList<QFExportItem> pages = blog.permalinks().emitPermalinkEntriesWithFilesDirectory("../files", params);
+
+        QStringList written = contentOnly ? itemNames(pages) : QDir(scratch).entryList(QDir::Files);
+        written.sort();
+        QCOMPARE(written, (QStringList{third->GUID() + "-3.html", "About.html"}));
+        if (contentOnly)
+            QVERIFY(pages.at(0).html().contains("The body of First."));
+        else
+            QVERIFY(readFile(scratch + "/About.html").contains("The body of First."));
+        QCOMPARE(blog.numberOfExportErrors(), 1u);
+        for (const QString &part : {"\"First\" (ID 1)", "\"Second\" (ID 2)", "about.html"})
+            QVERIFY2(blog.exportErrorsString().contains(part), qPrintable(blog.exportErrorsString()));
     }
 };
 

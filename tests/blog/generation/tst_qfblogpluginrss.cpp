@@ -468,6 +468,41 @@ private slots:
         QFAlert::setPresenter(previous);
     }
 
+    void feedFileIsTheOneItsLinksName_data()
+    {
+        QTest::addColumn<QString>("customName");
+        QTest::addColumn<QString>("written");
+        QTest::addColumn<unsigned>("errors");
+
+        QTest::newRow("plain name") << "main" << "main.xml" << 0u;
+        QTest::newRow("name with a folder") << "feeds/main" << "blogpage.xml" << 1u;
+        QTest::newRow("hidden name") << ".hidden.xml" << "blogpage.xml" << 1u;
+        QTest::newRow("parent folder") << ".." << "blogpage.xml" << 1u;
+    }
+
+    void feedFileIsTheOneItsLinksName()
+    {
+        QFETCH(QString, customName);
+        QFETCH(QString, written);
+        QFETCH(unsigned, errors);
+
+        QFRecordingAlertPresenter presenter;
+        QFAlertPresenter *previous = QFAlert::setPresenter(&presenter);
+        Site site;
+        // A stored name from before names were checked when set.
+        site.plugin->setRssCustomFeedFilename(customName);
+        const QString scratch = site.plugin->temporaryFilesDirectory();
+        site.plugin->createFolder(scratch, true);
+        QVERIFY(Feed(site.exportedFeed(defaultParams())).isWellFormed());
+        QCOMPARE(QDir(scratch).entryList({"*.xml"}, QDir::Files | QDir::Hidden), QStringList{written});
+        QVERIFY(site.plugin->staticSidebarHTML(defaultParams()).contains("href=\"files/" + written + "\""));
+        QCOMPARE(site.plugin->numberOfExportErrors(), errors);
+        if (errors)
+            QVERIFY(site.plugin->exportErrorsString().contains(customName));
+        QCoreApplication::processEvents();
+        QFAlert::setPresenter(previous);
+    }
+
     void largeFeedIsWrittenAsItsWholeText()
     {
         // Several megabytes, so the export writes the feed in many parts; an

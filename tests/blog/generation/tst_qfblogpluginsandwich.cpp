@@ -351,6 +351,35 @@ private slots:
         QVERIFY(log.lines().contains("Blog Plugin: Replaced duplicate ID '7' with '20'"));
     }
 
+    void namesThatMakeNoFileAreRefused_data()
+    {
+        QTest::addColumn<QVariantMap>("dictionary");
+        QTest::addColumn<QString>("named");
+
+        QVariantMap post = postDictionary("Escape", 1);
+        post.insert("CustomPermalinkFilename", "../../outside.html");
+        QTest::newRow("permalink name leading out") << QVariantMap{{"Entries", QVariantList{post}}} << "Escape";
+        post.insert("CustomPermalinkFilename", ".htaccess");
+        QTest::newRow("hidden permalink name") << QVariantMap{{"Entries", QVariantList{post}}} << ".htaccess";
+        QTest::newRow("feed name with a folder") << QVariantMap{{"RSSCustomFeedFilename", "feeds/main"}} << "feeds/main";
+        QTest::newRow("feed name of two dots") << QVariantMap{{"RSSCustomFeedFilename", ".."}} << "The feed file name";
+    }
+
+    void namesThatMakeNoFileAreRefused()
+    {
+        QFETCH(QVariantMap, dictionary);
+        QFETCH(QString, named);
+
+        try {
+            rebuilt(dictionary);
+            QFAIL("a blog was made");
+        } catch (const QFException &e) {
+            QCOMPARE(e.name(), QStringLiteral("Malformed Package"));
+            QVERIFY2(e.reason().contains(named), qPrintable(e.reason()));
+            QVERIFY2(e.reason().contains("may hold any letters"), qPrintable(e.reason()));
+        }
+    }
+
     void packagesOfOtherKindsAreRefused()
     {
         CVSandwich other("Gallery Page Data");
