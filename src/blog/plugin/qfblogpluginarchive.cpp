@@ -14,6 +14,7 @@
 #include <QSet>
 #include <QThread>
 #include <exception>
+#include <limits>
 
 namespace {
 
@@ -431,6 +432,16 @@ bool QFBlogPlugin::fixUpPostIDs()
         entry->setID(replacement);
         qfLog(QStringLiteral("Blog Plugin: Replaced duplicate ID '%1' with '%2'").arg(id).arg(replacement));
         changed = true;
+    }
+    // A document or package whose lastID lags behind its posts would hand a
+    // taken ID to the next new post. Raising it changes no post, so it is no
+    // change to save.
+    int highest = -1;
+    for (const QFBlogEntryPtr &entry : std::as_const(_blogEntries))
+        highest = std::max(highest, entry->ID());
+    if (highest >= _lastID && highest < std::numeric_limits<int>::max()) {
+        qfLog(QStringLiteral("Blog Plugin: Raised lastID from '%1' to '%2', past every post").arg(_lastID).arg(highest + 1));
+        setLastID(highest + 1);
     }
     return changed;
 }

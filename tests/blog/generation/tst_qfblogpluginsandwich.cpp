@@ -349,6 +349,11 @@ private slots:
         QVERIFY(loaded->posts().at(1)->itunesTags());
         QVERIFY(loaded->postIDWasChanged());
         QVERIFY(log.lines().contains("Blog Plugin: Replaced duplicate ID '7' with '20'"));
+        QCOMPARE(loaded->lastID(), 21);
+
+        // A "LastID" behind the posts' IDs would give the next new post a taken one.
+        const std::unique_ptr<QFBlogPlugin> behind = rebuilt({{"Entries", QVariantList{postDictionary("Late", 30)}}, {"LastID", 4}});
+        QCOMPARE(behind->lastID(), 31);
     }
 
     void namesThatMakeNoFileAreRefused_data()
