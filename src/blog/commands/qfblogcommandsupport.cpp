@@ -70,13 +70,20 @@ QString nameFor(const QFPage &page, const QList<QFPage> &pages)
 // One line per page: the name to give --page, then what else tells it apart.
 QString pageList(const QList<QFPage> &pages, const QList<QFPage> &all)
 {
-    QString list;
+    QStringList names;
+    qsizetype width = 0;
     for (const QFPage &page : pages) {
         QString name = nameFor(page, all);
         if (name.contains(QLatin1Char(' ')) || name.contains(QLatin1Char('\t')))
             name = QLatin1Char('\'') + name + QLatin1Char('\'');
+        width = std::max(width, name.size());
+        names.append(name);
+    }
+    QString list;
+    for (qsizetype i = 0; i < pages.size(); ++i) {
+        const QFPage &page = pages.at(i);
         list += QStringLiteral("\n  --page %1   (file %2, title \u201c%3\u201d, ID %4)")
-                    .arg(name, placeOf(page), page.title, page.uniqueID);
+                    .arg(names.at(i).leftJustified(width), placeOf(page), page.title, page.uniqueID);
     }
     return list;
 }
