@@ -229,6 +229,14 @@ void tst_QFArchiver::roundTripsValue()
     // Past the end there is nothing to skip, and nothing to read from it.
     QVERIFY(!later.decodeArrayElements(later.skipObject(), [](QVariant &&) { QFAIL("nil has no elements"); }));
 
+    // A list made element by element as it is written is the list written whole.
+    if (written.typeId() == QMetaType::QVariantList) {
+        const QVariantList list = written.toList();
+        QFArchiver archiver;
+        archiver.encodeList(list.size(), [&list](qsizetype i) { return list.at(i); });
+        QCOMPARE(archiver.data(), archiveOf({written}));
+    }
+
     // An object written as itself is the object written as a value.
     if (const auto bag = QFCodingSupport::objectOfClass<Bag>(written)) {
         QFArchiver archiver;
@@ -304,6 +312,12 @@ void tst_QFArchiver::refusesUnwritableValue()
         const QFException sequential = raised([&] { archiver.encodeObject(value); });
         QCOMPARE(sequential.name(), QStringLiteral("Archive Error"));
         QVERIFY(!sequential.reason().isEmpty());
+        QCOMPARE(archiver.data(), before);
+        // So does a list made as it is written, its first element already out.
+        const QFException listed = raised([&] {
+            archiver.encodeList(2, [&value](qsizetype i) { return i == 0 ? QVariant(QStringLiteral("first")) : value; });
+        });
+        QCOMPARE(listed.name(), QStringLiteral("Archive Error"));
         QCOMPARE(archiver.data(), before);
     }
     archiver.encodeObject(QStringLiteral("still writable"));
