@@ -177,6 +177,10 @@ void tst_QFArchiver::roundTripsValue_data()
         << QVariant(QVariantList{true, 42, min, max, 2.0}) << QVariant(QVariantList{true, qint64(42), min, max, 2.0});
     QTest::newRow("texts: a null one is nil") << QVariant(QVariantList{QStringLiteral(""), QString(), nonAscii, bytes})
                                               << QVariant(QVariantList{QStringLiteral(""), QVariant(), nonAscii, bytes});
+    // Not a byte order mark inside a text: the character stays, at the start too.
+    const QString zeroWidth = QString(QChar(0xFEFF)) + QStringLiteral("<p>\n\uFEFF");
+    QTest::newRow("texts: U+FEFF kept wherever it stands") << QVariant(QVariantList{zeroWidth, QString(QChar(0xFEFF))})
+                                                          << QVariant(QVariantList{zeroWidth, QString(QChar(0xFEFF))});
     QTest::newRow("dates: local time, whole seconds rounded down, invalid is nil")
         << QVariant(QVariantList{berlin(2008, 3, 30, 14, 5, 59), berlin(2010, 7, 1, 9, 0, 1, 999), beforeEpoch, QDateTime()})
         << QVariant(QVariantList{berlin(2008, 3, 30, 14, 5, 59).toLocalTime(), berlin(2010, 7, 1, 9, 0, 1).toLocalTime(),
