@@ -107,8 +107,14 @@ void readLines(QIODevice &device, qint64 limit, const QString &subject, const Fa
             }
             rest = rest.sliced(end + 1);
         }
-        if (going)
+        if (going && !rest.isEmpty()) {
+            // A long line (at worst the whole input) grows in place: room
+            // asked for ahead is reallocated, where appending beyond the
+            // room would copy the line into a new buffer beside the old.
+            if (partial.capacity() - partial.size() < rest.size())
+                partial.reserve(std::max(partial.size() + rest.size(), 2 * partial.capacity()));
             partial.append(rest);
+        }
         return going;
     });
     if (going && !partial.isEmpty())
