@@ -26,8 +26,8 @@ QString quoted(const QString &path)
 [[noreturn]] void tooLarge(const QString &subject, qint64 limit)
 {
     throw QFException(QStringLiteral("File Too Large"),
-                      QStringLiteral("%1 is larger than %2 (%3 bytes), the most Quillfen reads from it; nothing was "
-                                     "read. Split it into smaller parts.")
+                      QStringLiteral("%1 is larger than %2 (%3 bytes), the most Quillfen reads from it; none of it was "
+                                     "used. Split it into smaller parts.")
                           .arg(subject, sizeText(limit), QLocale::c().toString(limit)));
 }
 
