@@ -109,7 +109,7 @@ void tst_QFBoundedRead::linesAcrossBlocks()
 {
     // Lines longer than a block, a line end at a block's edge, CR kept, a
     // last line without its end, and reading stopped when asked.
-    QByteArray middle(1536 * 1024, 'm');
+    QByteArray middle(3584 * 1024, 'm'); // its second line spans three blocks
     middle[(1 << 20) - 6] = '\n';
     const QByteArray bytes = "first\r\n" + middle + "\n\nlast";
     QTemporaryDir dir;
