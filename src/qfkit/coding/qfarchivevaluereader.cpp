@@ -250,9 +250,11 @@ QString QFArchiveValueReader::readText()
     QString text;
     QByteArray chunk;
     for (;;) {
+        // A chunk states its own length, checked against the data as the
+        // whole text's is above, before room is made for it.
         const qsizetype size = m_reader.currentStringChunkSize();
-        if (size < 0)
-            failHere(QStringLiteral("a text cannot be read"));
+        if (size < 0 || size > remainingBytes())
+            failHere(QStringLiteral("a text of %1 bytes is longer than the data").arg(size));
         chunk.resize(size);
         const auto read = m_reader.readStringChunk(chunk.data(), size);
         if (read.status == QCborStreamReader::EndOfString)

@@ -347,6 +347,9 @@ void tst_QFArchiver::rejectsMalformedData_data()
     QTest::newRow("date holding a string") << false << header() + QByteArray("\x81\xc1\x61x") << kMalformed << "date";
     QTest::newRow("absurd text length") << false << header() + QByteArray("\x7a\xff\xff\xff\xf0" "abc") << kMalformed
                                         << "longer than the data";
+    QTest::newRow("absurd length of a chunk of a text")
+        << false << header() + QByteArray("\x7f\x61" "a" "\x7a\x7f\xff\xff\xf0" "abc\xff") << kMalformed
+        << "longer than the data";
     QTest::newRow("list longer than the data") << false << header() + QByteArray("\x9a\xff\xff\xff\xf0\xf6") << kMalformed
                                                << "byte";
     QTest::newRow("map key that is not a text") << false << header() + QByteArray("\xa1\x01\x02") << kMalformed << "key";
