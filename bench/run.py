@@ -9,7 +9,8 @@ For each N it writes the corpus (bench/gen_corpus.py, fixed seed; kept in the
 work folder and reused), makes a site with `quillfen new` and
 `quillfen post add --jsonl`, then runs `quillfen export` and prints:
 
-  - the time of `post add --jsonl` and of opening the site (`post list`)
+  - the corpus's size, the time of `post add --jsonl` (and its peak memory
+    as a multiple of the corpus) and of opening the site (`post list`)
   - export wall time, CPU time (user + sys) and peak memory of the process
   - files and bytes written
   - the time `cp -r` takes to copy the output (the floor for writing it)
@@ -112,8 +113,12 @@ def bench(quillfen, count, work, env, compare, trash):
     copied = run(["cp", "-r", output, copy], env)
     discard(copy, trash)
 
+    corpus_size = os.path.getsize(corpus)
+    ratio = added.peak_mib * 1024 * 1024 / corpus_size
     print(f"{count} posts")
-    print(f"  post add --jsonl  {added.wall:8.2f} s wall {added.cpu:8.2f} s CPU {added.peak_mib:8.1f} MiB peak")
+    print(f"  corpus            {human(corpus_size)}")
+    print(f"  post add --jsonl  {added.wall:8.2f} s wall {added.cpu:8.2f} s CPU {added.peak_mib:8.1f} MiB peak"
+          f" ({ratio:.1f}x the corpus)")
     print(f"  open (post list)  {opened.wall:8.2f} s wall {opened.cpu:8.2f} s CPU {opened.peak_mib:8.1f} MiB peak")
     print(f"  export            {exported.wall:8.2f} s wall {exported.cpu:8.2f} s CPU {exported.peak_mib:8.1f} MiB peak")
     print(f"  written           {files} files, {human(size)}")

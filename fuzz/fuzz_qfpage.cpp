@@ -33,6 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     limits.maxEntrySize = 1 << 20;
     limits.maxTotalSize = 4 << 20;
     limits.maxEntries = 4096;
+    limits.maxDictionarySize = 256 << 10;
     try {
         const std::unique_ptr<CVSandwich> sandwich = QFPagePackageReader(limits).read(path);
         for (const int version : sandwich->versions()) {

@@ -23,8 +23,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         std::abort();
     file.write(reinterpret_cast<const char *>(data), qint64(size));
     file.close();
+    // Small limits, as the fuzzer's inputs are small: the checks are the
+    // same at any size.
+    QFSiteDocumentReader::Limits limits;
+    limits.maxDocumentBytes = 1 << 20;
+    limits.maxValueBytes = 64 << 10;
     try {
-        QFSiteDocumentReader().open(path);
+        const QFSiteDocumentData document = QFSiteDocumentReader(limits).open(path);
+        for (const QFStoredPage &page : document.pages) {
+            if (page.archive.size() > limits.maxValueBytes)
+                std::abort();
+        }
     } catch (const QFException &) {
         // The expected outcome for bad input.
     }

@@ -51,6 +51,9 @@ void tst_Quillfen::init()
     const QByteArray fine = R"({"title": "Fine", "categories": ["New"]})" "\n";
     QVERIFY(!m_f->write("bad.jsonl", fine + R"({"title": "b",)" "\n").isEmpty());
     QVERIFY(!m_f->write("gone.jsonl", fine + R"({"title": "b", "podcast": "gone.mp3"})" "\n").isEmpty());
+    // Files beyond the size limits, sparse: nothing on disk.
+    QVERIFY(QFile::resize(m_f->write("huge.txt", kTwoEntries), qint64(600) << 20));
+    QVERIFY(QFile::resize(m_f->write("huge.qfsite", m_f->read(m_f->site)), qint64(3) << 30));
 }
 
 // Whatever a command is told, it exits 0, 1 having failed (one line naming
@@ -98,6 +101,17 @@ void tst_Quillfen::commandLines_data()
     QTest::newRow("post --jsonl, bad line") << "post add SITE --jsonl DIR/bad.jsonl" << 1 << "bad.jsonl:2: not valid JSON";
     QTest::newRow("post --jsonl, missing podcast") << "post add SITE --jsonl DIR/gone.jsonl" << 1
                                                    << "gone.jsonl:2: the podcast file 'gone.mp3' does not exist";
+    QTest::newRow("post --jsonl, file over the limit") << "post add SITE --jsonl DIR/huge.txt" << 1
+                                                       << "huge.txt\u201d is larger than 512 MiB";
+    QTest::newRow("post --body-file over the limit") << "post add SITE --title T --body-file DIR/huge.txt" << 1
+                                                     << "huge.txt\u201d is larger than 512 MiB";
+    QTest::newRow("import-mt, file over the limit") << "import-mt SITE DIR/huge.txt" << 1
+                                                    << "huge.txt\u201d is larger than 512 MiB";
+    QTest::newRow("import-mt, a device without end") << "import-mt SITE /dev/zero" << 1
+                                                     << "The export file \u201c/dev/zero\u201d is larger than 512 MiB";
+    QTest::newRow("site over the limit") << "info DIR/huge.qfsite" << 1 << "huge.qfsite\u201d is larger than 2 GiB";
+    QTest::newRow("site a device") << "info /dev/zero" << 1 << "is not a regular file";
+    QTest::newRow("page import, a device") << "page import SITE /dev/zero" << 1 << "it is not a file";
     QTest::newRow("import-mt, one argument") << "import-mt SITE" << 2 << "missing arguments";
     QTest::newRow("import-mt, missing file") << "import-mt SITE DIR/none.txt" << 1 << "none.txt";
     QTest::newRow("import-mt, no entries") << "import-mt SITE DIR/foreign.qfsite" << 1 << "No entry could be read from";

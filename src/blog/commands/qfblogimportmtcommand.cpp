@@ -6,6 +6,7 @@
 #include "blog/plugin/qfblogplugin.h"
 #include "qfkit/document/qfcommandcontext.h"
 #include "qfkit/document/qfsitedocument.h"
+#include "qfkit/support/qfboundedread.h"
 #include "qfkit/support/qfexception.h"
 
 #include <QFile>
@@ -35,16 +36,6 @@ QList<CategoryMap> parseMaps(const QStringList &values)
         maps.append({value.left(equals), value.mid(equals + 1)});
     }
     return maps;
-}
-
-QByteArray readFile(const QString &path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        throw QFException(QStringLiteral("Cannot Read File"),
-                          QStringLiteral("The export file %1 cannot be read: %2.").arg(quoted(path), file.errorString()));
-    }
-    return file.readAll();
 }
 
 // The reader takes strict UTF-8 with "\n" line ends; anything else would be
@@ -131,29 +122,29 @@ int QFBlogImportMTCommand::run(const QStringList &arguments, QFCommandContext &c
     const QString filePath = parsed.positional().at(1);
     const QList<CategoryMap> maps = parseMaps(parsed.values(QStringLiteral("map")));
 
-    QByteArray bytes = readFile(filePath);
-    QString text;
+    // The file is held once, as bytes; each entry is decoded on its own.
+    QByteArray bytes =
+        QFBoundedRead::readFile(filePath, QFMovableTypeExportText::MaxFileSize, QStringLiteral("export file"));
+    bool windows1252 = false;
     if (parsed.isSet(QStringLiteral("convert"))) {
-        QFMovableTypeExportText::Conversion conversion = QFMovableTypeExportText::convert(bytes);
+        const QFMovableTypeExportText::Conversion conversion = QFMovableTypeExportText::convertInPlace(bytes);
         if (conversion.fromWindows1252)
             context.out() << "Read " << filePath << " as Windows-1252 (it is not UTF-8).\n";
         if (conversion.byteOrderMarkRemoved)
             context.out() << "Dropped the byte order mark.\n";
         if (conversion.lineEndsNormalised)
             context.out() << "Changed CR LF and CR line ends to LF.\n";
-        text = std::move(conversion.text);
+        windows1252 = conversion.fromWindows1252;
     } else {
         refuseUnlessReadable(QFMovableTypeExportText::inspect(bytes), filePath);
-        text = *QFMovableTypeExportText::decodeUtf8(bytes);
     }
-    bytes = QByteArray();
 
     QFBlogSite site = QFBlogCommandSupport::openBlog(context, sitePath, parsed.value(QStringLiteral("page")));
     QFBlogPlugin &blog = *site.blog;
 
     const std::unique_ptr<QFBlogMovableTypeImporter> importer =
-        QFBlogMovableTypeImporter::initWithExportedTextString(text, &blog);
-    text = QString();
+        QFBlogMovableTypeImporter::initWithExportedBytes(bytes, windows1252, &blog);
+    bytes = QByteArray();
     if (!importer) {
         throw QFException(QStringLiteral("No Entries"),
                           QStringLiteral("No entry could be read from %1. It is probably not a Movable Type export: "

@@ -2,6 +2,8 @@
 
 #include "blog/model/qfblogcustomitunestags.h"
 #include "blog/plugin/qfblogplugin.h"
+#include "qfkit/support/qfboundedread.h"
+#include "qfkit/support/qfexception.h"
 #include "qfkit/text/qfstyledtextattributes.h"
 
 #include <QBuffer>
@@ -195,10 +197,18 @@ void attachFiles(Result &result, const QDir &folder)
         }
         if (post.image.isNull())
             continue;
-        QFile file(folder.absoluteFilePath(post.image));
-        if (!file.open(QIODevice::ReadOnly))
+        const QString path = folder.absoluteFilePath(post.image);
+        if (QFile file(path); !file.open(QIODevice::ReadOnly))
             return fail(post, QStringLiteral("the image '%1' cannot be read: %2").arg(post.image, file.errorString()));
-        const QByteArray data = file.readAll();
+        QByteArray data;
+        try {
+            data = QFBoundedRead::readFile(path, MaxImageSize, QStringLiteral("image"));
+        } catch (const QFException &e) {
+            if (e.name() != QLatin1String("File Too Large"))
+                return fail(post, QStringLiteral("the image '%1' cannot be read: %2").arg(post.image, e.reason()));
+            return fail(post, QStringLiteral("the image '%1' is larger than %2")
+                                  .arg(post.image, QFBoundedRead::sizeText(MaxImageSize)));
+        }
         QBuffer buffer;
         buffer.setData(data);
         buffer.open(QIODevice::ReadOnly);
@@ -306,32 +316,70 @@ std::optional<QDateTime> parseDate(const QString &text)
     return date;
 }
 
-Result read(const QByteArray &bytes)
+namespace {
+
+// Lines are taken one at a time, whether they come from bytes in memory or
+// from a file.
+class Reading final
 {
-    Result result;
-    QByteArrayView rest(bytes);
-    if (rest.startsWith("\xEF\xBB\xBF"))
-        rest = rest.sliced(3);
-    int line = 0;
-    while (!rest.isEmpty()) {
-        ++line;
-        const qsizetype end = rest.indexOf('\n');
-        QByteArrayView text = end < 0 ? rest : rest.first(end);
-        rest = end < 0 ? QByteArrayView() : rest.sliced(end + 1);
+public:
+    // False once a line was bad; the result then carries it.
+    bool take(QByteArrayView text)
+    {
+        ++m_line;
+        if (m_line == 1 && text.startsWith("\xEF\xBB\xBF"))
+            text = text.sliced(3);
         if (text.endsWith('\r'))
             text.chop(1);
         if (text.trimmed().isEmpty())
-            continue;
+            return true;
         try {
-            result.posts.append(readLine(text, line));
+            m_result.posts.append(readLine(text, m_line));
         } catch (const LineError &error) {
-            result.posts.clear();
-            result.errorLine = line;
-            result.error = error.problem;
-            return result;
+            m_result.posts.clear();
+            m_result.errorLine = m_line;
+            m_result.error = error.problem;
+            return false;
         }
+        return true;
     }
-    return result;
+
+    Result result() { return std::move(m_result); }
+
+private:
+    Result m_result;
+    int m_line = 0;
+};
+
+} // namespace
+
+Result read(const QByteArray &bytes)
+{
+    Reading reading;
+    QByteArrayView rest(bytes);
+    while (!rest.isEmpty()) {
+        const qsizetype end = rest.indexOf('\n');
+        const QByteArrayView text = end < 0 ? rest : rest.first(end);
+        rest = end < 0 ? QByteArrayView() : rest.sliced(end + 1);
+        if (!reading.take(text))
+            break;
+    }
+    return reading.result();
+}
+
+Result readFile(const QString &path, qint64 limit)
+{
+    Reading reading;
+    QFBoundedRead::readFileLines(path, limit, QStringLiteral("posts file"),
+                                 [&reading](QByteArrayView line) { return reading.take(line); });
+    return reading.result();
+}
+
+Result readDevice(QIODevice &device, const QString &name, qint64 limit)
+{
+    Reading reading;
+    QFBoundedRead::readDeviceLines(device, limit, name, [&reading](QByteArrayView line) { return reading.take(line); });
+    return reading.result();
 }
 
 } // namespace QFBlogJsonLines

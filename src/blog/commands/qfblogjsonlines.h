@@ -11,6 +11,7 @@
 #include <optional>
 
 class QDir;
+class QIODevice;
 class QFBlogPlugin;
 
 // Posts given as JSON Lines (`post add --jsonl`): one JSON object per line,
@@ -34,6 +35,12 @@ class QFBlogPlugin;
 // Reading checks every line before anything is made, and stops at the first
 // bad one.
 namespace QFBlogJsonLines {
+
+// The largest input read (512 MiB): more than twice a blog of 100,000 posts
+// of about 300 words each, and small enough that its posts fit in memory.
+inline constexpr qint64 MaxFileSize = qint64(512) << 20;
+// The largest image a post names (64 MiB).
+inline constexpr qint64 MaxImageSize = qint64(64) << 20;
 
 enum class TextFormat { Plain, Markdown, HTML };
 
@@ -70,6 +77,12 @@ QFStyledText styledText(QString text, TextFormat format);
 // Parses and checks the whole input (UTF-8, an optional byte order mark, LF
 // or CR LF line ends). Never throws; any bytes give posts or an error.
 Result read(const QByteArray &bytes);
+// The same, read from the file at path (or device, named name in messages)
+// one line at a time, so that only the posts are held, never the whole
+// input besides them. More than limit bytes, or a file that cannot be read,
+// raise QFException ("File Too Large", "Cannot Read File") naming it.
+Result readFile(const QString &path, qint64 limit = MaxFileSize);
+Result readDevice(QIODevice &device, const QString &name, qint64 limit = MaxFileSize);
 
 // Reads the files the posts name, relative to folder (the JSON Lines file's
 // own folder; the current one for standard input): a podcast becomes an

@@ -7,6 +7,7 @@
 #include "blog/plugin/qfblogplugin.h"
 #include "qfkit/document/qfcommandcontext.h"
 #include "qfkit/document/qfsitedocument.h"
+#include "qfkit/support/qfboundedread.h"
 #include "qfkit/support/qfcommandlinealertpresenter.h"
 #include "qfkit/support/qfexception.h"
 #include "qfkit/text/qfstyledtext.h"
@@ -132,12 +133,9 @@ void applyOptions(const QFCommandArguments &parsed, QFBlogSite &site, const QFBl
                                                                    : TextFormat::Plain;
     if (parsed.isSet(QStringLiteral("body-file"))) {
         const QString path = parsed.value(QStringLiteral("body-file"));
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly)) {
-            throw QFException(QStringLiteral("Cannot Read File"),
-                              QStringLiteral("The body file %1 cannot be read: %2.").arg(quoted(path), file.errorString()));
-        }
-        entry->setEntry(styledText(QString::fromUtf8(file.readAll()), format));
+        // A body is at most what a post of a JSON Lines file can carry.
+        const QByteArray bytes = QFBoundedRead::readFile(path, QFBlogJsonLines::MaxFileSize, QStringLiteral("body file"));
+        entry->setEntry(styledText(QString::fromUtf8(bytes), format));
     } else if (parsed.isSet(QStringLiteral("body"))) {
         entry->setEntry(styledText(parsed.value(QStringLiteral("body")), format));
     }
@@ -193,9 +191,9 @@ int addFromJsonLines(const QFCommandArguments &parsed, QFCommandContext &context
         }
     }
     const QString source = parsed.value(QStringLiteral("jsonl"));
-    QByteArray bytes;
     QString label = source;
     QDir folder = QDir::current();
+    QFBlogJsonLines::Result result;
     if (source == QLatin1String("-")) {
         label = QStringLiteral("<stdin>");
         QFile in;
@@ -203,19 +201,12 @@ int addFromJsonLines(const QFCommandArguments &parsed, QFCommandContext &context
             throw QFException(QStringLiteral("Cannot Read File"),
                               QStringLiteral("The posts cannot be read from standard input: %1.").arg(in.errorString()));
         }
-        bytes = in.readAll();
+        result = QFBlogJsonLines::readDevice(in, QStringLiteral("standard input"));
     } else {
-        QFile file(source);
-        if (!file.open(QIODevice::ReadOnly)) {
-            throw QFException(QStringLiteral("Cannot Read File"),
-                              QStringLiteral("The posts file %1 cannot be read: %2.").arg(quoted(source), file.errorString()));
-        }
-        bytes = file.readAll();
+        result = QFBlogJsonLines::readFile(source);
         folder = QFileInfo(source).absoluteDir();
     }
 
-    QFBlogJsonLines::Result result = QFBlogJsonLines::read(bytes);
-    bytes = QByteArray();
     if (result.ok())
         QFBlogJsonLines::attachFiles(result, folder);
     if (!result.ok()) {

@@ -4,6 +4,7 @@
 #include "blog/import/qfmovabletypescanner.h"
 #include "blog/import/qfwhitespacechecker.h"
 #include "blog/plugin/qfblogplugin.h"
+#include "qfkit/support/qfboundedread.h"
 #include "qfkit/support/qfcalendarformat.h"
 #include "qfkit/support/qfexception.h"
 #include "qfkit/support/qflog.h"
@@ -100,11 +101,26 @@ void QFBlogMovableTypeImporter::registerDefaults(QFUserDefaults &defaults)
 std::unique_ptr<QFBlogMovableTypeImporter> QFBlogMovableTypeImporter::initWithExportedTextURL(const QString &path,
                                                                                             QFBlogPlugin *blogPlugin)
 {
-    QString text;
-    QFile file(path);
-    if (file.open(QIODevice::ReadOnly))
-        text = QFMovableTypeExportText::decodeUtf8(file.readAll()).value_or(QString());
-    return initWithExportedTextString(text, blogPlugin);
+    QByteArray bytes;
+    try {
+        bytes = QFBoundedRead::readFile(path, QFMovableTypeExportText::MaxFileSize, QStringLiteral("export file"));
+    } catch (const QFException &e) {
+        if (e.name() != QLatin1String("Cannot Read File"))
+            throw;
+    }
+    if (!QFMovableTypeExportText::isUtf8(bytes))
+        bytes.clear();
+    return initWithExportedBytes(bytes, false, blogPlugin);
+}
+
+std::unique_ptr<QFBlogMovableTypeImporter> QFBlogMovableTypeImporter::initWithExportedBytes(QByteArrayView bytes,
+                                                                                          bool windows1252,
+                                                                                          QFBlogPlugin *blogPlugin)
+{
+    std::unique_ptr<QFBlogMovableTypeImporter> importer(new QFBlogMovableTypeImporter(blogPlugin));
+    if (!importer->prepareImportWithExportedBytes(bytes, windows1252))
+        return nullptr;
+    return importer;
 }
 
 std::unique_ptr<QFBlogMovableTypeImporter> QFBlogMovableTypeImporter::initWithExportedTextString(const QString &text,
@@ -131,6 +147,31 @@ bool QFBlogMovableTypeImporter::prepareImportWithExportedTextString(const QStrin
         if (QFBlogEntryPtr entry = parseEntry(piece.toString()))
             entries.append(std::move(entry));
     }
+    return finishPreparing(entries);
+}
+
+bool QFBlogMovableTypeImporter::prepareImportWithExportedBytes(QByteArrayView bytes, bool windows1252)
+{
+    // The separator is ASCII, so splitting the bytes gives the same pieces
+    // as splitting the decoded text.
+    static const QByteArray separator = kEntrySeparator.toUtf8();
+    QList<QFBlogEntryPtr> entries;
+    while (!bytes.isEmpty()) {
+        const qsizetype end = bytes.indexOf(separator);
+        const QByteArrayView piece = end < 0 ? bytes : bytes.first(end);
+        bytes = end < 0 ? QByteArrayView() : bytes.sliced(end + separator.size());
+        if (piece.isEmpty())
+            continue;
+        const QString text = windows1252 ? QFMovableTypeExportText::decodeWindows1252(piece)
+                                         : QFMovableTypeExportText::decodeUtf8(piece).value_or(QString());
+        if (QFBlogEntryPtr entry = parseEntry(text))
+            entries.append(std::move(entry));
+    }
+    return finishPreparing(entries);
+}
+
+bool QFBlogMovableTypeImporter::finishPreparing(const QList<QFBlogEntryPtr> &entries)
+{
     if (entries.isEmpty())
         return false;
     m_importedBlogEntries += entries;

@@ -2,6 +2,7 @@
 
 #include "blog/model/qfblogentry.h"
 
+#include <QByteArrayView>
 #include <QList>
 #include <QObject>
 #include <QString>
@@ -47,7 +48,8 @@ public:
     // A reader of the file at path, decoded as UTF-8 (a byte order mark is
     // kept as the character U+FEFF, which the first entry then does not
     // survive). A file that cannot be read or is not valid UTF-8 counts as
-    // empty. Null when the text yields no entry.
+    // empty; one larger than QFMovableTypeExportText::MaxFileSize raises
+    // QFException("File Too Large"). Null when the text yields no entry.
     static std::unique_ptr<QFBlogMovableTypeImporter> initWithExportedTextURL(const QString &path,
                                                                              QFBlogPlugin *blogPlugin);
     // A reader of the whole export text; null when it yields no entry.
@@ -55,6 +57,13 @@ public:
     // mapped then).
     static std::unique_ptr<QFBlogMovableTypeImporter> initWithExportedTextString(const QString &text,
                                                                                 QFBlogPlugin *blogPlugin);
+    // The same from the file's bytes, decoded one entry at a time (as
+    // Windows-1252 when windows1252 is set, else as UTF-8, where an entry that
+    // is not valid UTF-8 reads as empty), so that a large file is never held
+    // as a whole second time. Line ends must already be "\n"
+    // (QFMovableTypeExportText::convertInPlace).
+    static std::unique_ptr<QFBlogMovableTypeImporter> initWithExportedBytes(QByteArrayView bytes, bool windows1252,
+                                                                           QFBlogPlugin *blogPlugin);
 
     // The distinct category names of the posts, in the order first met
     // (posts in file order, each post's names in order); names that are empty
@@ -73,6 +82,9 @@ public:
     // Splits the text into entries and parses each; false when none gave a
     // post. On success movableTypeCategories is replaced (announced).
     bool prepareImportWithExportedTextString(const QString &text);
+    bool prepareImportWithExportedBytes(QByteArrayView bytes, bool windows1252);
+    // Keeps the posts read; false when there are none.
+    bool finishPreparing(const QList<QFBlogEntryPtr> &entries);
     // One entry's text as a new post, or null when the entry failed before
     // its post was made (see the class comment).
     QFBlogEntryPtr parseEntry(const QString &entryText);

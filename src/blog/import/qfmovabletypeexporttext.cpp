@@ -41,33 +41,67 @@ QString decodeWindows1252(QByteArrayView bytes)
     return text;
 }
 
+bool isUtf8(QByteArrayView bytes)
+{
+    // Decoded a slice at a time, each ending before an ASCII byte so that no
+    // sequence is cut, and the text thrown away: checking a large file costs
+    // no copy of it.
+    constexpr qsizetype Slice = qsizetype(1) << 20;
+    while (!bytes.isEmpty()) {
+        qsizetype end = std::min(Slice, bytes.size());
+        while (end < bytes.size() && static_cast<unsigned char>(bytes.at(end)) >= 0x80)
+            ++end;
+        if (!decodeUtf8(bytes.first(end)))
+            return false;
+        bytes = bytes.sliced(end);
+    }
+    return true;
+}
+
 Inspection inspect(QByteArrayView bytes)
 {
     Inspection inspection;
     inspection.byteOrderMark = bytes.startsWith(kByteOrderMark);
     inspection.carriageReturns = bytes.contains('\r');
-    inspection.validUtf8 = decodeUtf8(bytes).has_value();
+    inspection.validUtf8 = isUtf8(bytes);
     return inspection;
+}
+
+Conversion convertInPlace(QByteArray &bytes)
+{
+    Conversion conversion;
+    if (bytes.startsWith(kByteOrderMark)) {
+        bytes.remove(0, kByteOrderMark.size());
+        conversion.byteOrderMarkRemoved = true;
+    }
+    // CR and LF are single bytes in both encodings, and a line end never
+    // stands inside a UTF-8 sequence, so this changes neither which encoding
+    // applies nor any other character.
+    if (const qsizetype first = bytes.indexOf('\r'); first >= 0) {
+        char *data = bytes.data();
+        const qsizetype size = bytes.size();
+        qsizetype out = first;
+        for (qsizetype in = first; in < size; ++in) {
+            if (data[in] == '\r') {
+                data[out++] = '\n';
+                if (in + 1 < size && data[in + 1] == '\n')
+                    ++in;
+            } else {
+                data[out++] = data[in];
+            }
+        }
+        bytes.truncate(out);
+        conversion.lineEndsNormalised = true;
+    }
+    conversion.fromWindows1252 = !isUtf8(bytes);
+    return conversion;
 }
 
 Conversion convert(QByteArrayView bytes)
 {
-    Conversion conversion;
-    if (bytes.startsWith(kByteOrderMark)) {
-        bytes = bytes.sliced(kByteOrderMark.size());
-        conversion.byteOrderMarkRemoved = true;
-    }
-    if (std::optional<QString> text = decodeUtf8(bytes)) {
-        conversion.text = std::move(*text);
-    } else {
-        conversion.text = decodeWindows1252(bytes);
-        conversion.fromWindows1252 = true;
-    }
-    if (conversion.text.contains(u'\r')) {
-        conversion.text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-        conversion.text.replace(u'\r', u'\n');
-        conversion.lineEndsNormalised = true;
-    }
+    QByteArray copy = bytes.toByteArray();
+    Conversion conversion = convertInPlace(copy);
+    conversion.text = conversion.fromWindows1252 ? decodeWindows1252(copy) : *decodeUtf8(copy);
     return conversion;
 }
 

@@ -131,11 +131,10 @@ void QFBlogPlugin::encodeWithCoder(QFArchiver &coder) const
     const auto number = [&coder](int value) { coder.encodeObject(QVariant(value)); };
     const auto text = [&coder](const QString &value) { coder.encodeObject(QVariant(value)); };
 
-    QVariantList posts;
-    posts.reserve(_blogEntries.size());
-    for (const QFBlogEntryPtr &entry : _blogEntries)
-        posts.append(entry->dictionaryForEncoding());
-    coder.encodeObject(posts);
+    // Each post's texts are decoded for the archive; one post at a time, so
+    // that saving a large blog does not hold all of them twice.
+    coder.encodeList(_blogEntries.size(),
+                     [this](qsizetype i) -> QVariant { return _blogEntries.at(i)->dictionaryForEncoding(); });
 
     text(_rssHomepage);
     text(_rssDescription);

@@ -73,6 +73,11 @@ void QFArchiver::encodeObject(const QFCoding &object)
     encodeAtomically([&] { m_values->writeObject(object); });
 }
 
+void QFArchiver::encodeList(qsizetype count, const std::function<QVariant(qsizetype)> &element)
+{
+    encodeAtomically([&] { m_values->writeList(count, element); });
+}
+
 void QFArchiver::writeObject(QFArchiveValueWriter &writer, const QFCoding &object)
 {
     QCborStreamWriter &cbor = writer.cbor();

@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QVariant>
+#include <functional>
 
 class QBuffer;
 class QCborStreamWriter;
@@ -35,6 +36,10 @@ public:
 
     void encodeObject(const QVariant &value);
     void encodeObject(const QFCoding &object);
+    // A list written as encodeObject(QVariantList) writes it, each element
+    // made by element(i) as it is written and dropped after: a large list of
+    // values made for the archive only (a blog's posts) is never held whole.
+    void encodeList(qsizetype count, const std::function<QVariant(qsizetype)> &element);
 
     // Everything written so far: the header followed by the values.
     QByteArray data() const;

@@ -8,6 +8,7 @@
 
 #include <QCborStreamReader>
 #include <QDateTime>
+#include <QStringDecoder>
 #include <cmath>
 #include <limits>
 
@@ -240,15 +241,31 @@ QString QFArchiveValueReader::readText()
 {
     if (m_reader.isLengthKnown() && m_reader.length() > quint64(remainingBytes()))
         failHere(QStringLiteral("a text of %1 bytes is longer than the data").arg(m_reader.length()));
+    // The bytes are decoded here, not by QCborStreamReader::readString(),
+    // which drops a leading U+FEFF as if it were a byte order mark: a text
+    // must come back as it was written, to the character (the runs of a
+    // styled text are counted in them). Each chunk is whole UTF-8 on its own.
+    QStringDecoder decoder(QStringDecoder::Utf8,
+                           QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
     QString text;
-    auto chunk = m_reader.readString();
-    while (chunk.status == QCborStreamReader::Ok) {
-        text += chunk.data;
-        chunk = m_reader.readString();
-    }
-    if (chunk.status == QCborStreamReader::Error) {
-        checkStream();
-        failHere(QStringLiteral("a text cannot be read"));
+    QByteArray chunk;
+    for (;;) {
+        // A chunk states its own length, checked against the data as the
+        // whole text's is above, before room is made for it.
+        const qsizetype size = m_reader.currentStringChunkSize();
+        if (size < 0 || size > remainingBytes())
+            failHere(QStringLiteral("a text of %1 bytes is longer than the data").arg(size));
+        chunk.resize(size);
+        const auto read = m_reader.readStringChunk(chunk.data(), size);
+        if (read.status == QCborStreamReader::EndOfString)
+            break;
+        if (read.status == QCborStreamReader::Error) {
+            checkStream();
+            failHere(QStringLiteral("a text cannot be read"));
+        }
+        text += decoder.decode(QByteArrayView(chunk.constData(), read.data));
+        if (decoder.hasError())
+            failHere(QStringLiteral("a text is not valid UTF-8"));
     }
     // "" is a value of its own, distinct from nil.
     if (text.isNull())

@@ -146,6 +146,15 @@ void QFArchiveValueWriter::writeList(const QVariantList &list)
     m_cbor.endArray();
 }
 
+void QFArchiveValueWriter::writeList(qsizetype count, const std::function<QVariant(qsizetype)> &element)
+{
+    DepthGuard guard(m_depth);
+    m_cbor.startArray(quint64(count));
+    for (qsizetype i = 0; i < count; ++i)
+        write(element(i));
+    m_cbor.endArray();
+}
+
 void QFArchiveValueWriter::writeStringList(const QStringList &list)
 {
     DepthGuard guard(m_depth);

@@ -26,6 +26,10 @@ public:
 
     void write(const QVariant &value);
     void writeObject(const QFCoding &object);
+    // A list of count values, each made by element(i) only when it is
+    // written: the same bytes as write(QVariantList), without holding every
+    // value at once.
+    void writeList(qsizetype count, const std::function<QVariant(qsizetype)> &element);
 
     QCborStreamWriter &cbor() { return m_cbor; }
 

@@ -61,6 +61,10 @@ inline constexpr qsizetype MaxTextBytes = qsizetype(1) << 20;
 inline constexpr qsizetype MaxValueBytes = qsizetype(512) << 20;
 inline constexpr qsizetype MaxPages = 100000;
 inline constexpr qsizetype MaxProperties = 10000;
+// The largest document file opened (2 GiB), checked before SQLite reads it:
+// every record is held in memory once it is open, so the file's size is what
+// opening costs. A writer refuses to save a larger one.
+inline constexpr qint64 MaxDocumentBytes = qint64(2) << 30;
 
 // The checksum stored beside each plugin record: its SHA-256, 32 bytes.
 QByteArray recordChecksum(const QByteArray &record);

@@ -3,6 +3,7 @@
 #include "qfsitedocumentformat.h"
 #include "qfsqlitehandles.h"
 
+#include "qfkit/support/qfboundedread.h"
 #include "qfkit/support/qfexception.h"
 
 #include <QDir>
@@ -72,7 +73,7 @@ QString displayed(const QString &path)
 // What the SQLite header says, checked before SQLite is given the file, so
 // the common mistakes (another kind of file, an incomplete copy, another
 // program's database) get their own words.
-void checkHeader(const QString &path)
+void checkHeader(const QString &path, qint64 maxDocumentBytes)
 {
     const QFileInfo info(path);
     if (!info.exists())
@@ -88,6 +89,9 @@ void checkHeader(const QString &path)
     const qint64 size = file.size();
     if (size == 0)
         refuse(path, QStringLiteral("is empty; it is not a site document"));
+    if (size > maxDocumentBytes)
+        refuse(path, QStringLiteral("is larger than %1 (%2 bytes), the most Quillfen opens")
+                         .arg(QFBoundedRead::sizeText(maxDocumentBytes)).arg(size));
     const QByteArray header = file.read(SQLiteHeaderSize);
     if (!header.startsWith(QByteArrayView(SQLiteMagic, sizeof SQLiteMagic)))
         refuse(path, QStringLiteral("is not a site document"));
@@ -130,7 +134,7 @@ void checkHeader(const QString &path)
 class DocumentReading final
 {
 public:
-    explicit DocumentReading(const QString &path) : m_path(path) { }
+    DocumentReading(const QString &path, qsizetype maxValueBytes) : m_path(path), m_maxValueBytes(maxValueBytes) { }
     Q_DISABLE_COPY_MOVE(DocumentReading)
 
     void openDatabase()
@@ -147,7 +151,8 @@ public:
         sqlite3_db_config(db(), SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
         sqlite3_db_config(db(), SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
         sqlite3_db_config(db(), SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
-        sqlite3_limit(db(), SQLITE_LIMIT_LENGTH, int(MaxValueBytes));
+        // SQLite refuses a longer value before it allocates room for it.
+        sqlite3_limit(db(), SQLITE_LIMIT_LENGTH, int(m_maxValueBytes));
         sqlite3_limit(db(), SQLITE_LIMIT_ATTACHED, 0);
     }
 
@@ -334,8 +339,8 @@ private:
             wrongKind(statement, column, what, QStringLiteral("binary data"));
         const void *bytes = sqlite3_column_blob(statement, column);
         const int length = sqlite3_column_bytes(statement, column);
-        if (length > MaxValueBytes)
-            damaged(m_path, QStringLiteral("%1 exceeds %2 bytes").arg(what).arg(MaxValueBytes));
+        if (length > m_maxValueBytes)
+            damaged(m_path, QStringLiteral("%1 exceeds %2 bytes").arg(what).arg(m_maxValueBytes));
         if (length == 0)
             return QByteArray("");
         return QByteArray(static_cast<const char *>(bytes), length);
@@ -349,8 +354,8 @@ private:
         case SQLITE_FLOAT:
             return sqlite3_column_double(statement, column);
         case SQLITE_TEXT:
-            if (sqlite3_column_bytes(statement, column) > MaxValueBytes)
-                damaged(m_path, QStringLiteral("%1 exceeds %2 bytes").arg(what).arg(MaxValueBytes));
+            if (sqlite3_column_bytes(statement, column) > m_maxValueBytes)
+                damaged(m_path, QStringLiteral("%1 exceeds %2 bytes").arg(what).arg(m_maxValueBytes));
             return text(statement, column);
         case SQLITE_BLOB:
             return blob(statement, column, what);
@@ -360,6 +365,7 @@ private:
     }
 
     QString m_path;
+    qsizetype m_maxValueBytes;
     Database m_db;
 };
 
@@ -369,9 +375,9 @@ QFSiteDocumentData QFSiteDocumentReader::open(const QString &path) const
 {
     if (path.isEmpty())
         throw QFException(CannotOpen, QStringLiteral("No file was given to open."));
-    checkHeader(path);
+    checkHeader(path, m_limits.maxDocumentBytes);
 
-    DocumentReading reading(path);
+    DocumentReading reading(path, m_limits.maxValueBytes);
     reading.openDatabase();
     reading.checkIntegrity();
     reading.checkTable(PropertiesTable, QStringLiteral("table of site properties"),

@@ -3,6 +3,7 @@
 #include "qfsitedocumentformat.h"
 #include "qfsqlitehandles.h"
 
+#include "qfkit/support/qfboundedread.h"
 #include "qfkit/support/qfexception.h"
 
 #include <QDir>
@@ -113,6 +114,12 @@ bool textTooLong(const QString &text)
     return text.size() * 3 > MaxTextBytes && text.toUtf8().size() > MaxTextBytes;
 }
 
+[[noreturn]] void tooLarge(const QString &path, qint64 size)
+{
+    fail(path, QStringLiteral("the site would take %1 bytes, more than the %2 a document can hold and be opened again")
+                   .arg(size).arg(QFBoundedRead::sizeText(MaxDocumentBytes)));
+}
+
 // Everything the reader would refuse is refused before any file is touched.
 void validate(const QFSiteDocumentData &data, const QString &path)
 {
@@ -132,6 +139,15 @@ void validate(const QFSiteDocumentData &data, const QString &path)
     if (data.pages.size() > MaxPages)
         fail(path, QStringLiteral("the site has %1 pages, more than the %2 a document can hold")
                        .arg(data.pages.size()).arg(MaxPages));
+    // The records alone; the file adds its tables and pages, checked once
+    // it is written.
+    qint64 total = 0;
+    for (auto it = data.properties.cbegin(); it != data.properties.cend(); ++it)
+        total += storedSize(it.value());
+    for (const QFStoredPage &page : data.pages)
+        total += page.archive.size();
+    if (total > MaxDocumentBytes)
+        tooLarge(path, total);
     for (const QFStoredPage &page : data.pages) {
         if (page.uniqueID.isEmpty())
             fail(path, QStringLiteral("a page has no unique ID"));
@@ -364,6 +380,9 @@ void QFSiteDocumentWriter::save(const QFSiteDocumentData &data, const QString &p
         fail(path, QStringLiteral("closing the file failed: %1").arg(QString::fromUtf8(sqlite3_errstr(closed))));
     (void)db.release();
 
+    // What the reader would refuse never replaces a document it can open.
+    if (const qint64 size = QFileInfo(temporary).size(); size > MaxDocumentBytes)
+        tooLarge(path, size);
     syncFile(temporary, O_RDWR);
     if (const QFileInfo old(target); old.exists() && old.isFile())
         QFile::setPermissions(temporary, QFile::permissions(target));

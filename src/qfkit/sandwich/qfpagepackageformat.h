@@ -32,6 +32,11 @@ inline constexpr qint64 MaxEntrySize = qint64(512) << 20;
 inline constexpr qint64 MaxTotalSize = qint64(4) << 30;
 inline constexpr qint64 MaxEntries = 1000000;
 inline constexpr int MaxFileNameBytes = 255;
+// The manifest and filling dictionaries are parsed in memory, at several
+// times their size, so they are held to less than any other entry: room for
+// the dictionary of a blog of a few hundred thousand posts (whose texts are
+// files of their own).
+inline constexpr qint64 MaxDictionarySize = qint64(128) << 20;
 
 // Every entry written stands at this time, so equal packages give equal bytes
 // (2000-01-01 00:00:00 UTC).

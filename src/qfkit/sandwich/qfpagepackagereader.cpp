@@ -288,13 +288,19 @@ private:
     QByteArray readBytes(const Entry &entry) const
     {
         QByteArray bytes;
-        bytes.reserve(qsizetype(std::min<qint64>(entry.size, ChunkSize * 16)));
+        // Only dictionaries are read into memory, and their stated size is
+        // checked first: room for exactly that, no growing copies.
+        bytes.reserve(qsizetype(std::min(entry.size, m_limits.maxDictionarySize)));
         readEntry(entry, [&bytes](const char *data, qint64 size) { bytes.append(data, qsizetype(size)); });
         return bytes;
     }
 
     QVariantMap readDictionary(const Entry &entry, const QString &what) const
     {
+        // Refused by its stated size; readEntry holds it to that size.
+        if (entry.size > m_limits.maxDictionarySize) {
+            malformed(QStringLiteral("%1 is larger than the %2 bytes allowed").arg(what).arg(m_limits.maxDictionarySize));
+        }
         const QByteArray bytes = readBytes(entry);
         try {
             return QFPropertyList::mapFromData(bytes);

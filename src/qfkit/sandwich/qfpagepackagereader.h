@@ -34,6 +34,7 @@ public:
         qint64 maxEntrySize = QFPagePackageFormat::MaxEntrySize;
         qint64 maxTotalSize = QFPagePackageFormat::MaxTotalSize;
         qint64 maxEntries = QFPagePackageFormat::MaxEntries;
+        qint64 maxDictionarySize = QFPagePackageFormat::MaxDictionarySize;
     };
 
     QFPagePackageReader();

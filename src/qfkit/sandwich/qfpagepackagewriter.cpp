@@ -104,11 +104,17 @@ private:
 
 QByteArray plistBytes(const QVariant &value, const QString &path, const QString &what)
 {
+    QByteArray bytes;
     try {
-        return QFPropertyList::toData(value, QFPropertyList::Format::XML);
+        bytes = QFPropertyList::toData(value, QFPropertyList::Format::XML);
     } catch (const QFException &e) {
         fail(path, QStringLiteral("%1 cannot be stored (%2)").arg(what, e.reason()));
     }
+    if (bytes.size() > QFPagePackageFormat::MaxDictionarySize) {
+        fail(path, QStringLiteral("%1 would take %2 bytes, more than the %3 bytes a package can hold")
+                       .arg(what).arg(bytes.size()).arg(QFPagePackageFormat::MaxDictionarySize));
+    }
+    return bytes;
 }
 
 } // namespace

@@ -3,13 +3,21 @@
 #include "blog/plugin/qfblogplugin.h"
 #include "qfkit/document/qfsitedocument.h"
 #include "qfkit/support/qfbundle.h"
+#include "qfkit/support/qfexception.h"
 #include "qfkit/text/qfstyledtextattributes.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QImage>
 #include <QTemporaryDir>
 #include <QUndoStack>
 #include <QtTest>
+
+namespace {
+
+const QByteArray Posts = R"({"title": "Harbour"})" "\n" R"({"title": "Bread"})" "\n";
+
+} // namespace
 
 class tst_QFBlogJsonLines : public QObject
 {
@@ -24,6 +32,8 @@ private slots:
     void dates_data();
     void dates();
     void imageHeadsTheBody();
+    void oversizedInputIsRefused_data();
+    void oversizedInputIsRefused();
     void postsAreAddedInOneUndoableStep();
 
 private:
@@ -47,6 +57,14 @@ void tst_QFBlogJsonLines::initTestCase()
 QFBlogJsonLines::Result tst_QFBlogJsonLines::readWithFiles(const QByteArray &input) const
 {
     QFBlogJsonLines::Result result = QFBlogJsonLines::read(input);
+    // Read a line at a time, as from a file or a pipe, the same bytes give
+    // the same result.
+    QBuffer device;
+    device.setData(input);
+    device.open(QIODevice::ReadOnly);
+    const QFBlogJsonLines::Result lines = QFBlogJsonLines::readDevice(device, QStringLiteral("a buffer"));
+    if (lines.posts.size() != result.posts.size() || lines.errorLine != result.errorLine || lines.error != result.error)
+        return {{}, -1, QStringLiteral("reading a line at a time gave another result")};
     if (result.ok())
         QFBlogJsonLines::attachFiles(result, QDir(m_dir.path()));
     return result;
@@ -90,6 +108,8 @@ void tst_QFBlogJsonLines::badLineNamesItsLineAndAddsNothing_data()
                                    << "the image 'pics/gone.png' cannot be read";
     QTest::newRow("image that is none") << QByteArray(R"({"title": "a", "image": "show.mp3"})") << 1
                                         << "the file 'show.mp3' is not an image";
+    QTest::newRow("image that never ends") << QByteArray(R"({"title": "a", "image": "/dev/zero"})") << 1
+                                           << "the image '/dev/zero' is larger than 64 MiB";
 }
 
 void tst_QFBlogJsonLines::badLineNamesItsLineAndAddsNothing()
@@ -184,6 +204,50 @@ void tst_QFBlogJsonLines::imageHeadsTheBody()
     QCOMPARE(attachments.first().fileName, QStringLiteral("dusk.png"));
     QCOMPARE(QImage::fromData(attachments.first().data).size(), QSize(4, 3));
     QCOMPARE(post.body.plainString().mid(1), QStringLiteral("\nAfter"));
+}
+
+void tst_QFBlogJsonLines::oversizedInputIsRefused_data()
+{
+    QTest::addColumn<QString>("source"); // a file's name in the test folder, a device, or "-" for a pipe
+    QTest::addColumn<qint64>("limit");
+    QTest::addColumn<QString>("refusal"); // empty: the two posts are read
+
+    QTest::newRow("file at the limit") << "posts.jsonl" << qint64(Posts.size()) << "";
+    QTest::newRow("file a byte over") << "posts.jsonl" << qint64(Posts.size() - 1)
+                                      << "The posts file \u201c%1\u201d is larger than";
+    QTest::newRow("device without end") << "/dev/zero" << (qint64(1) << 20) << "The posts file \u201c%1\u201d is larger than";
+    QTest::newRow("standard input at the limit") << "-" << qint64(Posts.size()) << "";
+    QTest::newRow("standard input a byte over") << "-" << qint64(Posts.size() - 1)
+                                                << "The input from standard input is larger than";
+}
+
+void tst_QFBlogJsonLines::oversizedInputIsRefused()
+{
+    QFETCH(QString, source);
+    QFETCH(qint64, limit);
+    QFETCH(QString, refusal);
+
+    const QString path = source.startsWith(u'/') ? source : m_dir.filePath(source);
+    QFile file(path);
+    if (source == QLatin1String("posts.jsonl")) {
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(Posts) == Posts.size());
+        file.close();
+    }
+    QBuffer in;
+    in.setData(Posts);
+    in.open(QIODevice::ReadOnly);
+    try {
+        const QFBlogJsonLines::Result result = source == QLatin1String("-")
+            ? QFBlogJsonLines::readDevice(in, QStringLiteral("standard input"), limit)
+            : QFBlogJsonLines::readFile(path, limit);
+        QVERIFY2(refusal.isEmpty(), "read input over the limit");
+        QVERIFY(result.ok());
+        QCOMPARE(result.posts.size(), 2);
+    } catch (const QFException &e) {
+        QVERIFY2(!refusal.isEmpty(), qPrintable(e.reason()));
+        QCOMPARE(e.name(), QStringLiteral("File Too Large"));
+        QVERIFY2(e.reason().startsWith(refusal.arg(path)), qPrintable(e.reason()));
+    }
 }
 
 void tst_QFBlogJsonLines::postsAreAddedInOneUndoableStep()

@@ -363,10 +363,12 @@ void tst_QFBlogMovableTypeImporter::realExports()
     const QString path = folder + QLatin1Char('/') + file;
     std::unique_ptr<QFBlogMovableTypeImporter> importer;
     if (convert) {
+        // As the command reads it: converted in place, decoded an entry at a time.
         QFile in(path);
         QVERIFY(in.open(QIODevice::ReadOnly));
-        importer = QFBlogMovableTypeImporter::initWithExportedTextString(
-            QFMovableTypeExportText::convert(in.readAll()).text, nullptr);
+        QByteArray bytes = in.readAll();
+        const bool windows1252 = QFMovableTypeExportText::convertInPlace(bytes).fromWindows1252;
+        importer = QFBlogMovableTypeImporter::initWithExportedBytes(bytes, windows1252, nullptr);
     } else {
         importer = QFBlogMovableTypeImporter::initWithExportedTextURL(path, nullptr);
     }

@@ -39,6 +39,12 @@ void tst_QFMovableTypeExportText::inspectionAndConversion_data()
                                                          << true << true << false;
     QTest::newRow("CR LF and CR become LF") << QByteArray("a\r\nb\rc\n\r\n") << QStringLiteral("a\nb\nc\n\n") << false
                                             << false << true;
+    // Checked a slice at a time: a sequence across the first slice's end.
+    const QByteArray ascii((1 << 20) - 1, 'a');
+    QTest::newRow("long UTF-8") << ascii + "\xC3\xA9" << QString::fromLatin1(ascii) + u'\u00e9' << false << false
+                                << false;
+    QTest::newRow("long, cut sequence") << ascii + "\xC3(" << QString::fromLatin1(ascii) + u'\u00c3' + u'(' << false
+                                        << true << false;
     QTest::newRow("everything at once") << QByteArray("\xEF\xBB\xBF\xE9\r\n") << QStringLiteral("\u00e9\n") << true
                                         << true << true;
 }

@@ -177,6 +177,10 @@ void tst_QFArchiver::roundTripsValue_data()
         << QVariant(QVariantList{true, 42, min, max, 2.0}) << QVariant(QVariantList{true, qint64(42), min, max, 2.0});
     QTest::newRow("texts: a null one is nil") << QVariant(QVariantList{QStringLiteral(""), QString(), nonAscii, bytes})
                                               << QVariant(QVariantList{QStringLiteral(""), QVariant(), nonAscii, bytes});
+    // Not a byte order mark inside a text: the character stays, at the start too.
+    const QString zeroWidth = QString(QChar(0xFEFF)) + QStringLiteral("<p>\n\uFEFF");
+    QTest::newRow("texts: U+FEFF kept wherever it stands") << QVariant(QVariantList{zeroWidth, QString(QChar(0xFEFF))})
+                                                          << QVariant(QVariantList{zeroWidth, QString(QChar(0xFEFF))});
     QTest::newRow("dates: local time, whole seconds rounded down, invalid is nil")
         << QVariant(QVariantList{berlin(2008, 3, 30, 14, 5, 59), berlin(2010, 7, 1, 9, 0, 1, 999), beforeEpoch, QDateTime()})
         << QVariant(QVariantList{berlin(2008, 3, 30, 14, 5, 59).toLocalTime(), berlin(2010, 7, 1, 9, 0, 1).toLocalTime(),
@@ -228,6 +232,14 @@ void tst_QFArchiver::roundTripsValue()
     QCOMPARE(dump(elements), dump(isList ? expected : QVariantList()));
     // Past the end there is nothing to skip, and nothing to read from it.
     QVERIFY(!later.decodeArrayElements(later.skipObject(), [](QVariant &&) { QFAIL("nil has no elements"); }));
+
+    // A list made element by element as it is written is the list written whole.
+    if (written.typeId() == QMetaType::QVariantList) {
+        const QVariantList list = written.toList();
+        QFArchiver archiver;
+        archiver.encodeList(list.size(), [&list](qsizetype i) { return list.at(i); });
+        QCOMPARE(archiver.data(), archiveOf({written}));
+    }
 
     // An object written as itself is the object written as a value.
     if (const auto bag = QFCodingSupport::objectOfClass<Bag>(written)) {
@@ -305,6 +317,12 @@ void tst_QFArchiver::refusesUnwritableValue()
         QCOMPARE(sequential.name(), QStringLiteral("Archive Error"));
         QVERIFY(!sequential.reason().isEmpty());
         QCOMPARE(archiver.data(), before);
+        // So does a list made as it is written, its first element already out.
+        const QFException listed = raised([&] {
+            archiver.encodeList(2, [&value](qsizetype i) { return i == 0 ? QVariant(QStringLiteral("first")) : value; });
+        });
+        QCOMPARE(listed.name(), QStringLiteral("Archive Error"));
+        QCOMPARE(archiver.data(), before);
     }
     archiver.encodeObject(QStringLiteral("still writable"));
     QCOMPARE(archiver.data(), archiveOf({QStringLiteral("kept"), QStringLiteral("still writable")}));
@@ -329,6 +347,9 @@ void tst_QFArchiver::rejectsMalformedData_data()
     QTest::newRow("date holding a string") << false << header() + QByteArray("\x81\xc1\x61x") << kMalformed << "date";
     QTest::newRow("absurd text length") << false << header() + QByteArray("\x7a\xff\xff\xff\xf0" "abc") << kMalformed
                                         << "longer than the data";
+    QTest::newRow("absurd length of a chunk of a text")
+        << false << header() + QByteArray("\x7f\x61" "a" "\x7a\x7f\xff\xff\xf0" "abc\xff") << kMalformed
+        << "longer than the data";
     QTest::newRow("list longer than the data") << false << header() + QByteArray("\x9a\xff\xff\xff\xf0\xf6") << kMalformed
                                                << "byte";
     QTest::newRow("map key that is not a text") << false << header() + QByteArray("\xa1\x01\x02") << kMalformed << "key";

@@ -99,6 +99,7 @@ QByteArray waitForLine(QProcess &process, const QByteArray &prefix)
 
 Q_DECLARE_METATYPE(Damage)
 Q_DECLARE_METATYPE(QFSiteDocumentData)
+Q_DECLARE_METATYPE(QFSiteDocumentReader::Limits)
 
 class tst_QFSiteDocumentFile : public QObject
 {
@@ -110,6 +111,8 @@ private slots:
     void savingAgainReplacesTheDocument();
     void badFileIsRefused_data();
     void badFileIsRefused();
+    void documentBeyondTheLimitsIsRefused_data();
+    void documentBeyondTheLimitsIsRefused();
     void failedSaveKeepsTheOldDocument_data();
     void failedSaveKeepsTheOldDocument();
     void killedSaveLeavesAWholeDocument_data();
@@ -281,6 +284,55 @@ void tst_QFSiteDocumentFile::badFileIsRefused()
         QVERIFY2(e.reason().contains(expected), qPrintable(e.reason()));
     }
     QCOMPARE(filesIn(dir.path()), beforeOpening);
+}
+
+void tst_QFSiteDocumentFile::documentBeyondTheLimitsIsRefused_data()
+{
+    QTest::addColumn<QFSiteDocumentData>("data");
+    QTest::addColumn<qint64>("fileSize"); // grown sparsely to this size; 0: as saved
+    QTest::addColumn<QFSiteDocumentReader::Limits>("limits");
+    QTest::addColumn<QString>("expected");
+
+    using Limits = QFSiteDocumentReader::Limits;
+    const Limits standard;
+    QFSiteDocumentData bigPage = sampleData();
+    bigPage.pages.append(page(QStringLiteral("extra"), 5, QByteArray(64 * 1024, 'x')));
+    QFSiteDocumentData bigProperty = sampleData();
+    bigProperty.properties.insert(QStringLiteral("banner"), QByteArray(64 * 1024, 'b'));
+
+    // The file's size is checked before SQLite reads it, so the sparse
+    // gigabytes beyond the database are never read.
+    QTest::newRow("file beyond 2 GiB") << sampleData() << (qint64(3) << 30) << standard << "is larger than 2 GiB";
+    QTest::newRow("file beyond a lower limit") << bigPage << qint64(0) << Limits{32 * 1024, standard.maxValueBytes}
+                                               << "is larger than 32 KiB";
+    QTest::newRow("page record beyond the limit") << bigPage << qint64(0) << Limits{standard.maxDocumentBytes, 1024}
+                                                  << "holds more data than can be opened";
+    QTest::newRow("property beyond the limit") << bigProperty << qint64(0) << Limits{standard.maxDocumentBytes, 1024}
+                                               << "holds more data than can be opened";
+}
+
+void tst_QFSiteDocumentFile::documentBeyondTheLimitsIsRefused()
+{
+    QFETCH(QFSiteDocumentData, data);
+    QFETCH(qint64, fileSize);
+    QFETCH(QFSiteDocumentReader::Limits, limits);
+    QFETCH(QString, expected);
+
+    QTemporaryDir dir;
+    const QString path = documentPath(dir);
+    QFSiteDocumentWriter().save(data, path);
+    // Within the format's own limits it opens: what refuses it is the limit.
+    QCOMPARE(QFSiteDocumentReader().open(path).pages.size(), data.pages.size());
+    if (fileSize > 0)
+        QVERIFY(QFile::resize(path, fileSize));
+    try {
+        QFSiteDocumentReader(limits).open(path);
+        QFAIL("a document beyond the limits was opened");
+    } catch (const QFException &e) {
+        QCOMPARE(e.name(), QStringLiteral("Cannot Open Document"));
+        QVERIFY2(e.reason().contains(path), qPrintable(e.reason()));
+        QVERIFY2(e.reason().contains(expected), qPrintable(e.reason()));
+    }
 }
 
 void tst_QFSiteDocumentFile::failedSaveKeepsTheOldDocument_data()

@@ -229,6 +229,12 @@ void tst_QFPagePackage::readerRefuses_data()
         << Limits{standard.maxEntrySize, 8000, standard.maxEntries} << "together are larger than the 8000 bytes";
     QTest::newRow("too many entries") << zipped(entries()) << Limits{standard.maxEntrySize, standard.maxTotalSize, 2}
                                       << "holds 3 entries, more than the 2 allowed";
+    // A megabyte of blanks deflates to a kilobyte; a dictionary is parsed in
+    // memory, so its own, lower limit holds.
+    QTest::newRow("filling dictionary bomb")
+        << zipped(entries({{"fillings/0/filling.plist", QByteArray(1 << 20, ' ')}}))
+        << Limits{standard.maxEntrySize, standard.maxTotalSize, standard.maxEntries, 65536}
+        << "filling dictionary of version 0 is larger than the 65536 bytes allowed";
     QTest::newRow("not a zip") << QByteArray("This is a letter, not a package.\n") << standard << "not a zip archive";
     // Damage libzip will not write itself: both the local header and the
     // central directory name the file twice.
