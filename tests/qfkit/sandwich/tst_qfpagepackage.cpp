@@ -46,8 +46,9 @@ Entries entries(const Entries &changes = {})
     Entries result{{"manifest.plist", manifest()},
                    {"fillings/0/filling.plist", QFPropertyList::toData(QVariantMap{{QStringLiteral("Title"), QStringLiteral("A")}})},
                    {"fillings/0/files/01-Body.as", "body"}};
-    for (const auto &[name, data] : changes) {
-        const auto it = std::find_if(result.begin(), result.end(), [&](const auto &e) { return e.first == name; });
+    for (const auto &change : changes) {
+        const auto &[name, data] = change;
+        const auto it = std::find_if(result.begin(), result.end(), [&](const auto &e) { return e.first == change.first; });
         if (it == result.end())
             result.append({name, data});
         else if (data.isNull())
