@@ -720,6 +720,7 @@ QList<QFExportItem> QFBlogPlugin::extraFilesNeededInExportFolder(const QVariantM
 
     _numberOfExportErrors = 0;
     _exportErrorsString.clear();
+    m_exportFileNames.clear();
     QList<QFExportItem> result;
 
     const bool contentOnly = boolParameter(params, QStringLiteral("contentonlysubpages"));
@@ -772,6 +773,7 @@ QList<QFExportItem> QFBlogPlugin::extraFilesNeededInExportFolder(const QVariantM
                 QFBlogFileNames::problem(_rssCustomFeedFilename, QStringLiteral("The feed file name"))) {
             addExportError(QStringLiteral("%1; the feed was written as \u201c%2\u201d.\n").arg(*problem, feedName));
         }
+        claimExportFileName(feedName, QStringLiteral("the feed"));
         feedPath = directory + QLatin1Char('/') + feedName;
         for (const QFBlogEntryPtr &entry : std::as_const(_blogEntries))
             entry->GUID();
@@ -799,7 +801,8 @@ QList<QFExportItem> QFBlogPlugin::extraFilesNeededInExportFolder(const QVariantM
                 if (page) {
                     const QString name =
                         m_archives->archiveFileNameWithBase(m_archives->archiveFilenameBasename(*it), extension);
-                    result.append(contentOnlySubpageWithHTML(*page, name));
+                    if (claimExportFileName(name, QStringLiteral("an archive page")))
+                        result.append(contentOnlySubpageWithHTML(*page, name));
                 }
                 exportUnitDone();
             }
@@ -943,6 +946,23 @@ void QFBlogPlugin::addExportError(const QString &text)
     const QMutexLocker locker(&m_exportErrorsMutex);
     ++_numberOfExportErrors;
     _exportErrorsString.append(text);
+}
+
+bool QFBlogPlugin::claimExportFileName(const QString &fileName, const QString &what)
+{
+    const QMutexLocker locker(&m_exportErrorsMutex);
+    const QString key = fileName.toCaseFolded();
+    const auto claimed = m_exportFileNames.constFind(key);
+    if (claimed == m_exportFileNames.constEnd()) {
+        m_exportFileNames.insert(key, what);
+        return true;
+    }
+    ++_numberOfExportErrors;
+    _exportErrorsString.append(
+        QStringLiteral("The file \u201c%1\u201d would be written twice, for %2 and for %3; only the first was "
+                       "written. Rename one of them.\n")
+            .arg(fileName, claimed.value(), what));
+    return false;
 }
 
 unsigned QFBlogPlugin::numberOfExportErrors() const
