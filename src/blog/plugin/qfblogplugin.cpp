@@ -36,6 +36,7 @@
 #include <QUuid>
 #include <algorithm>
 #include <exception>
+#include <limits>
 #include <thread>
 
 namespace {
@@ -1046,8 +1047,21 @@ std::optional<QString> QFBlogPlugin::guid() const
     return QString::fromLatin1(QFStrings::md5Checksum(text).toHex());
 }
 
+void QFBlogPlugin::requirePostIDs(qsizetype count) const
+{
+    if (count > 0 && _lastID > std::numeric_limits<int>::max() - count) {
+        throw QFException(QStringLiteral("No Post ID Left"),
+                          QStringLiteral("The blog has handed out its post IDs up to %1 (\u201clastID\u201d is %2), so %3 "
+                                         "more cannot be added.")
+                              .arg(std::numeric_limits<int>::max())
+                              .arg(_lastID)
+                              .arg(count));
+    }
+}
+
 int QFBlogPlugin::nextID()
 {
+    requirePostIDs(1);
     const int id = _lastID;
     setLastID(id + 1);
     return id;

@@ -363,6 +363,9 @@ public:
     std::optional<QString> guid() const;
     // The next post ID: lastID, which then grows by one.
     int nextID();
+    // Raises QFException "No Post ID Left" when fewer than `count` IDs remain
+    // below INT_MAX, so adding posts never wraps to negative IDs.
+    void requirePostIDs(qsizetype count) const;
 
     // ---- posts, categories, tags
 
