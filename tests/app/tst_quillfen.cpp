@@ -85,10 +85,10 @@ void tst_Quillfen::commandLines_data()
     QTest::newRow("new never overwrites") << "new SITE" << 1 << "already exists";
     QTest::newRow("unknown key") << "get SITE enableTelepathy" << 1 << "enableTelepathy";
     QTest::newRow("state is no setting") << "set SITE pluginIsInitialising true" << 1 << "Unknown Key";
-    QTest::newRow("bool of wrong type") << "set SITE enableRSS maybe" << 1 << "not true or false";
-    QTest::newRow("list given an object") << "set SITE pingSettings {}" << 1 << "JSON array";
-    QTest::newRow("broken JSON") << "set SITE sidebarControl [1," << 1 << "JSON";
-    QTest::newRow("site key of wrong type") << "site SITE commonFileConsolidationMode all" << 1 << "whole number";
+    QTest::newRow("bool of wrong type") << "set SITE enableRSS maybe" << 2 << "not true or false";
+    QTest::newRow("list given an object") << "set SITE pingSettings {}" << 2 << "JSON array";
+    QTest::newRow("broken JSON") << "set SITE sidebarControl [1," << 2 << "JSON";
+    QTest::newRow("site key of wrong type") << "site SITE commonFileConsolidationMode all" << 2 << "whole number";
     QTest::newRow("unknown page") << "get SITE enableRSS --page Diary" << 1 << "Diary";
     QTest::newRow("unknown post") << "post show SITE 99" << 1 << "no post with the ID 99";
     QTest::newRow("unknown category") << "category rename SITE Poetry Verse" << 1 << "Poetry";
