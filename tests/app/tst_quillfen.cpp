@@ -16,6 +16,7 @@ private slots:
     void refusedValues_data();
     void refusedValues();
     void namesKeepTheModelsRules();
+    void namesChosenByTheUserNeverReplaceAPage();
     void severalBlogPagesNeedPage();
     void postsSurviveReopening();
     void categoryRemovalMergesOrDrops_data();
@@ -84,10 +85,10 @@ void tst_Quillfen::commandLines_data()
     QTest::newRow("new never overwrites") << "new SITE" << 1 << "already exists";
     QTest::newRow("unknown key") << "get SITE enableTelepathy" << 1 << "enableTelepathy";
     QTest::newRow("state is no setting") << "set SITE pluginIsInitialising true" << 1 << "Unknown Key";
-    QTest::newRow("bool of wrong type") << "set SITE enableRSS maybe" << 1 << "not true or false";
-    QTest::newRow("list given an object") << "set SITE pingSettings {}" << 1 << "JSON array";
-    QTest::newRow("broken JSON") << "set SITE sidebarControl [1," << 1 << "JSON";
-    QTest::newRow("site key of wrong type") << "site SITE commonFileConsolidationMode all" << 1 << "whole number";
+    QTest::newRow("bool of wrong type") << "set SITE enableRSS maybe" << 2 << "not true or false";
+    QTest::newRow("list given an object") << "set SITE pingSettings {}" << 2 << "JSON array";
+    QTest::newRow("broken JSON") << "set SITE sidebarControl [1," << 2 << "JSON";
+    QTest::newRow("site key of wrong type") << "site SITE commonFileConsolidationMode all" << 2 << "whole number";
     QTest::newRow("unknown page") << "get SITE enableRSS --page Diary" << 1 << "Diary";
     QTest::newRow("unknown post") << "post show SITE 99" << 1 << "no post with the ID 99";
     QTest::newRow("unknown category") << "category rename SITE Poetry Verse" << 1 << "Poetry";
@@ -287,6 +288,27 @@ void tst_Quillfen::namesKeepTheModelsRules()
     for (const QJsonValue &category : m_f->run("category list SITE --json").json().array())
         categories.append(category.toObject().value("name").toString());
     QCOMPARE(categories, (QStringList{"None", "new category", "Personal", "Work", "Travel", "Ideas", "New Category 2"}));
+}
+
+// A permalink or feed name may equal a page the blog makes: the first written
+// keeps the file and the export names both, instead of one silently replacing
+// the other.
+void tst_Quillfen::namesChosenByTheUserNeverReplaceAPage()
+{
+    QF_VERIFY_RUN(m_f->run("site SITE siteBaseURL https://example.org/"));
+    QF_VERIFY_RUN(m_f->run("set SITE enableRSS true"));
+    QF_VERIFY_RUN(m_f->run("set SITE rssCustomFeedFilename tag-x.html"));
+    QF_VERIFY_RUN(m_f->run("post add SITE --title One --category Travel --permalink-name category-travel.html"));
+    QF_VERIFY_RUN(m_f->run("post add SITE --title Two --tag x"));
+    QF_VERIFY_RUN(m_f->run("post add SITE --title Three --permalink-name TAG-X"));
+    const QuillfenRun run = m_f->run("export SITE DIR/www");
+    QVERIFY2(run.out.startsWith(QLatin1String("Exported")), qPrintable(run.err));
+    QVERIFY(m_f->read("www/files/tag-x.html").startsWith("<?xml"));
+    QVERIFY(m_f->read("www/files/category-travel.html").contains("class=\"blog-category-heading\""));
+    for (const QString &part : {QStringLiteral("\u201ctag-x.html\u201d would be written twice, for the feed and for the page of the tag \u201cx\u201d"),
+                                QStringLiteral("for the feed and for the page of the post \u201cThree\u201d"),
+                                QStringLiteral("for the page of the category \u201cTravel\u201d and for the page of the post \u201cOne\u201d")})
+        QVERIFY2(run.err.contains(part), qPrintable(run.err));
 }
 
 // A blog command on a site with several blog pages names the page it works

@@ -357,6 +357,12 @@ void tst_SiteCommands::hostilePackagesAreToldApart_data()
     QTest::newRow("no post at all left out")
         << M{{"Entries", L{post("Whole", 1), "a post, honestly"}}} << both << "" << 0 << "(1 entry)"
         << QStringList{"left out"} << QStringList{""};
+    L junk{post("Whole", 1)};
+    for (int i = 0; i < 5000; ++i)
+        junk.append(i);
+    QTest::newRow("thousands left out, told in a few alerts")
+        << M{{"Entries", junk}} << both << "" << 0 << "(1 entry)"
+        << QStringList{"left out", "4990 more posts could not be read"} << QStringList{""};
     QTest::newRow("LastID that would overflow")
         << M{{"Entries", L{post("Whole", 1)}}, {"LastID", 2147483647}} << both << "" << 1 << ""
         << QStringList{refused, "LastID", "2147483647"} << QStringList{};

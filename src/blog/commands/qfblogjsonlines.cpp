@@ -188,6 +188,20 @@ void attachFiles(Result &result, const QDir &folder)
         result.error = problem;
         result.posts.clear();
     };
+    const auto tooMany = [&](const Post &post) {
+        fail(post, QStringLiteral("the images named up to here are larger than %1 together; add the posts in "
+                                  "smaller files")
+                       .arg(QFBoundedRead::sizeText(MaxImagesSize)));
+    };
+    // By their sizes first, so that no image is read in vain.
+    qint64 imageBytes = 0;
+    for (const Post &post : std::as_const(result.posts)) {
+        if (!post.image.isNull())
+            imageBytes += QFileInfo(folder.absoluteFilePath(post.image)).size();
+        if (imageBytes > MaxImagesSize)
+            return tooMany(post);
+    }
+    imageBytes = 0;
     for (Post &post : result.posts) {
         if (!post.podcast.isNull()) {
             const QFileInfo podcast(folder.absoluteFilePath(post.podcast));
@@ -209,6 +223,9 @@ void attachFiles(Result &result, const QDir &folder)
             return fail(post, QStringLiteral("the image '%1' is larger than %2")
                                   .arg(post.image, QFBoundedRead::sizeText(MaxImageSize)));
         }
+        imageBytes += data.size();
+        if (imageBytes > MaxImagesSize)
+            return tooMany(post);
         QBuffer buffer;
         buffer.setData(data);
         buffer.open(QIODevice::ReadOnly);

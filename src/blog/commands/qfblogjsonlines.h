@@ -41,6 +41,10 @@ namespace QFBlogJsonLines {
 inline constexpr qint64 MaxFileSize = qint64(512) << 20;
 // The largest image a post names (64 MiB).
 inline constexpr qint64 MaxImageSize = qint64(64) << 20;
+// All the images one file names, together: each post holds its image until
+// the posts are added, so a short file naming a large image on every line
+// is bounded too.
+inline constexpr qint64 MaxImagesSize = qint64(512) << 20;
 
 enum class TextFormat { Plain, Markdown, HTML };
 

@@ -212,9 +212,11 @@ QList<QFExportItem> QFBlogPluginCategories::emitCategoryEntriesWithFilesDirector
             page += codeGeneration.disqusCommentCountingJavascript();
 
         const QString fileName = categoryPageFileName(category, params);
-        if (contentOnly)
+        const bool claimed = m_plugin.claimExportFileName(
+            fileName, QStringLiteral("the page of the category \u201c%1\u201d").arg(category->categoryName()));
+        if (claimed && contentOnly)
             subpages.append(QFBlogPlugin::contentOnlySubpageWithHTML(page, fileName));
-        else
+        else if (claimed)
             writePageIntoScratchFolder(fileName, page);
         m_plugin.exportUnitDone();
     }

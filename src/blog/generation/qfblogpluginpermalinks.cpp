@@ -219,6 +219,14 @@ QList<QFExportItem> QFBlogPluginPermalinks::emitPermalinkEntriesWithFilesDirecto
             continue;
         }
         claims.insert(claim, entry);
+        // The name may also be one of the blog's own pages or the feed's,
+        // which were claimed first.
+        if (!m_plugin.claimExportFileName(fileName, QStringLiteral("the page of the post \u201c%1\u201d (ID %2)")
+                                                        .arg(entry->titleOrNoTitle())
+                                                        .arg(entry->ID()))) {
+            m_plugin.exportUnitDone();
+            continue;
+        }
 
         const QStringList values{
             haloScan, jskit, entry->title().isEmpty() ? emptyText : QFStrings::convertToEntities(entry->title()),

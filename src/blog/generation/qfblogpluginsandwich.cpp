@@ -39,10 +39,16 @@ void setIfNotNull(QVariantMap &dictionary, const QString &key, const QString &va
         dictionary.insert(key, value);
 }
 
-// A post of the package that the blog cannot hold, told to the user by its
-// title (or its place in the package when the title is unreadable).
-void alertPostLeftOut(const QVariant &post, qsizetype position)
+// Posts of the package that the blog cannot hold, told to the user by their
+// titles (or their place in the package when the title is unreadable). A
+// package of a million broken entries gives a few alerts and a count, not a
+// million alerts.
+constexpr int maximumLeftOutAlerts = 10;
+
+void alertPostLeftOut(const QVariant &post, qsizetype position, int &leftOut)
 {
+    if (++leftOut > maximumLeftOutAlerts)
+        return;
     const QVariant title = post.toMap().value(QStringLiteral("Title"));
     const QString name = title.typeId() == QMetaType::QString && !title.toString().isEmpty()
                              ? title.toString()
@@ -373,18 +379,20 @@ std::unique_ptr<QFBlogPlugin> QFBlogPluginSandwich::createWithSandwich(const CVS
     const auto fileFor = [&filling, count = entries.size()](qsizetype position, const char *name) {
         return filling->pathForFile(renamedFileName(position, count, QString::fromLatin1(name)));
     };
+    int leftOut = 0;
     for (qsizetype i = 0; i < entries.size(); ++i) {
         const qsizetype position = i + 1;
         if (entries.at(i).typeId() != QMetaType::QVariantMap) {
-            qfLog(QStringLiteral("Blog Plugin: skipped post %1 of the page package: it is no dictionary").arg(position));
-            alertPostLeftOut(entries.at(i), position);
+            if (leftOut < maximumLeftOutAlerts)
+                qfLog(QStringLiteral("Blog Plugin: skipped post %1 of the page package: it is no dictionary").arg(position));
+            alertPostLeftOut(entries.at(i), position, leftOut);
             continue;
         }
         const QFBlogEntryPtr entry = QFBlogEntry::createWithSandwichDictionary(
             entries.at(i).toMap(), fileFor(position, "Body.as"), fileFor(position, "Summary.as"), &p,
             fileFor(position, "ITunesImage.data"));
         if (!entry) {
-            alertPostLeftOut(entries.at(i), position);
+            alertPostLeftOut(entries.at(i), position, leftOut);
             continue;
         }
         if (const std::optional<QString> problem = QFBlogFileNames::problem(
@@ -396,6 +404,13 @@ std::unique_ptr<QFBlogPlugin> QFBlogPluginSandwich::createWithSandwich(const CVS
         p._blogEntries.append(entry);
     }
     emit p.blogEntriesChanged();
+    if (leftOut > maximumLeftOutAlerts) {
+        QFAlertRequest request;
+        request.style = QFAlertRequest::Style::Warning;
+        request.messageText = L("CouldNotReadBlogEntryTitle");
+        request.informativeText = L("CouldNotReadBlogEntriesLeftOutCountFormatString").arg(leftOut - maximumLeftOutAlerts);
+        QFAlert::runAlert(request);
+    }
     import.itemCount = p._blogEntries.size();
 
     // A podcast path names a file on this computer, not in the package: kept

@@ -98,9 +98,11 @@ QList<QFExportItem> QFBlogPluginTagsEmission::emitTagsArchivesWithFileDirectory(
             page += codeGeneration.disqusCommentCountingJavascript();
 
         const QString fileName = taggedPosts.tag.hrefFilenameBasename() + QLatin1Char('.') + extension;
-        if (contentOnly)
+        const bool claimed = m_plugin.claimExportFileName(
+            fileName, QStringLiteral("the page of the tag \u201c%1\u201d").arg(taggedPosts.tag.tagName()));
+        if (claimed && contentOnly)
             subpages.append(QFBlogPlugin::contentOnlySubpageWithHTML(page, fileName));
-        else
+        else if (claimed)
             m_plugin.categoriesGroup().writePageIntoScratchFolder(fileName, page);
         m_plugin.exportUnitDone();
     }

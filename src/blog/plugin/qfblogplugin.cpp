@@ -36,6 +36,7 @@
 #include <QUuid>
 #include <algorithm>
 #include <exception>
+#include <limits>
 #include <thread>
 
 namespace {
@@ -720,6 +721,7 @@ QList<QFExportItem> QFBlogPlugin::extraFilesNeededInExportFolder(const QVariantM
 
     _numberOfExportErrors = 0;
     _exportErrorsString.clear();
+    m_exportFileNames.clear();
     QList<QFExportItem> result;
 
     const bool contentOnly = boolParameter(params, QStringLiteral("contentonlysubpages"));
@@ -772,6 +774,7 @@ QList<QFExportItem> QFBlogPlugin::extraFilesNeededInExportFolder(const QVariantM
                 QFBlogFileNames::problem(_rssCustomFeedFilename, QStringLiteral("The feed file name"))) {
             addExportError(QStringLiteral("%1; the feed was written as \u201c%2\u201d.\n").arg(*problem, feedName));
         }
+        claimExportFileName(feedName, QStringLiteral("the feed"));
         feedPath = directory + QLatin1Char('/') + feedName;
         for (const QFBlogEntryPtr &entry : std::as_const(_blogEntries))
             entry->GUID();
@@ -799,7 +802,8 @@ QList<QFExportItem> QFBlogPlugin::extraFilesNeededInExportFolder(const QVariantM
                 if (page) {
                     const QString name =
                         m_archives->archiveFileNameWithBase(m_archives->archiveFilenameBasename(*it), extension);
-                    result.append(contentOnlySubpageWithHTML(*page, name));
+                    if (claimExportFileName(name, QStringLiteral("an archive page")))
+                        result.append(contentOnlySubpageWithHTML(*page, name));
                 }
                 exportUnitDone();
             }
@@ -945,6 +949,23 @@ void QFBlogPlugin::addExportError(const QString &text)
     _exportErrorsString.append(text);
 }
 
+bool QFBlogPlugin::claimExportFileName(const QString &fileName, const QString &what)
+{
+    const QMutexLocker locker(&m_exportErrorsMutex);
+    const QString key = fileName.toCaseFolded();
+    const auto claimed = m_exportFileNames.constFind(key);
+    if (claimed == m_exportFileNames.constEnd()) {
+        m_exportFileNames.insert(key, what);
+        return true;
+    }
+    ++_numberOfExportErrors;
+    _exportErrorsString.append(
+        QStringLiteral("The file \u201c%1\u201d would be written twice, for %2 and for %3; only the first was "
+                       "written. Rename one of them.\n")
+            .arg(fileName, claimed.value(), what));
+    return false;
+}
+
 unsigned QFBlogPlugin::numberOfExportErrors() const
 {
     const QMutexLocker locker(&m_exportErrorsMutex);
@@ -1026,8 +1047,21 @@ std::optional<QString> QFBlogPlugin::guid() const
     return QString::fromLatin1(QFStrings::md5Checksum(text).toHex());
 }
 
+void QFBlogPlugin::requirePostIDs(qsizetype count) const
+{
+    if (count > 0 && _lastID > std::numeric_limits<int>::max() - count) {
+        throw QFException(QStringLiteral("No Post ID Left"),
+                          QStringLiteral("The blog has handed out its post IDs up to %1 (\u201clastID\u201d is %2), so %3 "
+                                         "more cannot be added.")
+                              .arg(std::numeric_limits<int>::max())
+                              .arg(_lastID)
+                              .arg(count));
+    }
+}
+
 int QFBlogPlugin::nextID()
 {
+    requirePostIDs(1);
     const int id = _lastID;
     setLastID(id + 1);
     return id;

@@ -341,6 +341,12 @@ public:
     // Problems of single posts met during an export: counted, collected and
     // reported once, in one alert, at its end. Safe from the feed's thread.
     void addExportError(const QString &text);
+    // Every page and the feed of one export share the files folder, and a
+    // name a user chose (a permalink, the feed's) may be one the blog makes
+    // too: the first to claim a name (ignoring case, as some servers do)
+    // writes it. A later claim is an export error naming both, and false.
+    // `what` says whose the file is ("the feed", "the tag page “x”" …).
+    bool claimExportFileName(const QString &fileName, const QString &what);
     unsigned numberOfExportErrors() const;
     QString exportErrorsString() const;
     // Shows the collected problems through QFAlert; called off the main
@@ -357,6 +363,9 @@ public:
     std::optional<QString> guid() const;
     // The next post ID: lastID, which then grows by one.
     int nextID();
+    // Raises QFException "No Post ID Left" when fewer than `count` IDs remain
+    // below INT_MAX, so adding posts never wraps to negative IDs.
+    void requirePostIDs(qsizetype count) const;
 
     // ---- posts, categories, tags
 
@@ -838,6 +847,7 @@ private:
     mutable QMutex m_exportErrorsMutex;
     unsigned _numberOfExportErrors = 0;
     QString _exportErrorsString;
+    QHash<QString, QString> m_exportFileNames; // case-folded name -> whose, this export's
     std::atomic<bool> _exportCancelled{false};
     QString _designatedFilename;
     QString _designatedTitle;

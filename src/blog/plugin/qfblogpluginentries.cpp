@@ -47,6 +47,7 @@ QList<QFBlogEntryPtr> QFBlogPlugin::blogs() const
 
 QFBlogEntryPtr QFBlogPlugin::addEntry()
 {
+    requirePostIDs(1);
     m_indexes->clearSearch();
 
     QVariantMap dictionary;
@@ -78,6 +79,8 @@ QList<QFBlogEntryPtr> QFBlogPlugin::addEntries(const QList<QFBlogEntryPtr> &entr
 
 QList<QFBlogEntryPtr> QFBlogPlugin::doAddEntries(const QList<QFBlogEntryPtr> &entries, bool registerUndo)
 {
+    // Checked before the first post changes, so a refusal adds none.
+    requirePostIDs(entries.size());
     QList<QFBlogEntryPtr> copies;
     copies.reserve(entries.size());
     const bool renewing = std::exchange(m_renewingAddedEntries, true);

@@ -58,6 +58,7 @@ std::optional<QString> refusal(const QFBlogPlugin &blog, const QString &key, con
             if (entry && entry->ID() >= lowest && entry->ID() < std::numeric_limits<int>::max())
                 lowest = entry->ID() + 1;
         }
+        // lastID may reach INT_MAX; adding a post then says no ID is left.
         if (value.toInt() >= lowest)
             return std::nullopt;
         return QStringLiteral("%1 only grows, so that no post ID is handed out twice: it takes a whole number of "

@@ -1,5 +1,6 @@
 #include "qfpropertytext.h"
 
+#include "qfkit/document/qfcommandarguments.h"
 #include "qfkit/support/qfexception.h"
 
 #include <QDateTime>
@@ -34,7 +35,7 @@ QJsonDocument parseJson(const QString &text, const QString &key, const QString &
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8(), &error);
     if (error.error != QJsonParseError::NoError) {
-        throw QFException(QStringLiteral("Invalid Value"),
+        throw QFException(QFCommandArguments::usageErrorName(),
                           located(QStringLiteral("The value for \u201c%1\u201d must be a JSON %2; %3 at offset %4")
                                       .arg(key, QLatin1String(expected), error.errorString())
                                       .arg(error.offset),
@@ -43,9 +44,11 @@ QJsonDocument parseJson(const QString &text, const QString &key, const QString &
     return document;
 }
 
+// Text typed for a setting that is not of its type is wrong usage, as a
+// value of the type that a setting refuses is.
 [[noreturn]] void wrongType(const QString &text, const QString &key, const QString &expected, const QString &where)
 {
-    throw QFException(QStringLiteral("Invalid Value"),
+    throw QFException(QFCommandArguments::usageErrorName(),
                       located(QStringLiteral("The value \u201c%1\u201d for \u201c%2\u201d is not %3").arg(text, key, expected),
                               where));
 }
@@ -140,7 +143,7 @@ QVariant QFPropertyText::parse(const QString &text, QMetaType type, const QStrin
     case QMetaType::Int: {
         const int value = text.trimmed().toInt(&ok);
         if (!ok)
-            wrongType(text, key, QStringLiteral("a whole number"), where);
+            wrongType(text, key, QStringLiteral("a whole number from -2147483648 to 2147483647"), where);
         return value;
     }
     case QMetaType::LongLong: {

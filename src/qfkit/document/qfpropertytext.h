@@ -18,9 +18,10 @@ class QObject;
 //
 // Errors raise QFException whose reason names the key and, where given,
 // `where` (such as the file): "Unknown Key" for a key the object does not
-// have (or is in `hidden`), "Read-Only Key", "Invalid Value" for text that is
-// not of the property's type, "Unsupported Value" for types the command line
-// cannot show or take.
+// have (or is in `hidden`), "Read-Only Key", a usage error
+// (QFCommandArguments::usageErrorName()) for text that is not of the
+// property's type, "Invalid Value" for a value its setter refuses,
+// "Unsupported Value" for types the command line cannot show or take.
 namespace QFPropertyText {
 
 // The readable properties of the object, in declaration order, without
@@ -34,7 +35,7 @@ void setValueText(QObject &object, const QString &key, const QString &text, cons
 
 // A value as text (see above); "Unsupported Value" for other kinds.
 QString format(const QVariant &value);
-// Text as a value of the type; "Invalid Value" or "Unsupported Value".
+// Text as a value of the type; a usage error or "Unsupported Value".
 QVariant parse(const QString &text, QMetaType type, const QString &key, const QString &where = QString());
 
 } // namespace QFPropertyText

@@ -52,6 +52,9 @@ void tst_QFBlogJsonLines::initTestCase()
     QVERIFY(image.save(m_dir.filePath(QStringLiteral("pics/dusk.png"))));
     QFile podcast(m_dir.filePath(QStringLiteral("show.mp3")));
     QVERIFY(podcast.open(QIODevice::WriteOnly) && podcast.write("ID3 not really sound") > 0);
+    // Sparse: its size alone counts against the images' limit.
+    QFile large(m_dir.filePath(QStringLiteral("large.png")));
+    QVERIFY(large.open(QIODevice::WriteOnly) && large.resize(60 << 20));
 }
 
 QFBlogJsonLines::Result tst_QFBlogJsonLines::readWithFiles(const QByteArray &input) const
@@ -110,6 +113,8 @@ void tst_QFBlogJsonLines::badLineNamesItsLineAndAddsNothing_data()
                                         << "the file 'show.mp3' is not an image";
     QTest::newRow("image that never ends") << QByteArray(R"({"title": "a", "image": "/dev/zero"})") << 1
                                            << "the image '/dev/zero' is larger than 64 MiB";
+    const QByteArray large = R"({"title": "a", "image": "large.png"})" "\n";
+    QTest::newRow("images too large together") << large.repeated(9) << 9 << "larger than 512 MiB together";
 }
 
 void tst_QFBlogJsonLines::badLineNamesItsLineAndAddsNothing()

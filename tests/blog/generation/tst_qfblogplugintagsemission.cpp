@@ -40,9 +40,11 @@ private slots:
         QTest::addColumn<QStringList>("pages");
         QTest::addColumn<QStringList>("entries"); // per page, the posts it shows
 
+        // "Alps" and "alps" are two tags of one file name: the first keeps it
+        // (and the export says so) rather than the second replacing it.
         QTest::newRow("tags in the order first met, posts in stored order")
             << TaggedPosts{{false, {"sea", "Alps"}}, {false, {"alps"}}, {false, {"Alps", "sea"}}}
-            << QStringList{"tag-sea.html", "tag-alps.html", "tag-alps.html"} << QStringList{"1,3", "1,3", "2"};
+            << QStringList{"tag-sea.html", "tag-alps.html"} << QStringList{"1,3", "1,3"};
         QTest::newRow("drafts left out") << TaggedPosts{{false, {"sea"}}, {true, {"sea"}}, {false, {"sea"}}}
                                          << QStringList{"tag-sea.html"} << QStringList{"1,3"};
         QTest::newRow("a tag used only by drafts gets a page without posts")
@@ -66,7 +68,10 @@ private slots:
         for (const QFExportItem &page : subpages)
             shown.append(entryIDs(page.html()).join(','));
         QCOMPARE(shown, entries);
-        QCOMPARE(blog.tagsEmission().tagPageCount(), pages.size());
+        QCOMPARE(blog.numberOfExportErrors(), unsigned(blog.tagsEmission().tagPageCount() - pages.size()));
+        if (blog.numberOfExportErrors())
+            QVERIFY2(blog.exportErrorsString().contains("the page of the tag \u201cAlps\u201d and for the page of the tag \u201calps\u201d"),
+                     qPrintable(blog.exportErrorsString()));
     }
 
     void draftOnlyTagPageMatchesTheGoldenFile()

@@ -4,10 +4,12 @@
 #include "blog/plugin/qfblogpluginindexes.h"
 #include "qfkit/document/qfsitedocument.h"
 #include "qfkit/support/qfalert.h"
+#include "qfkit/support/qfexception.h"
 #include "qfkit/support/qflog.h"
 #include "qfkit/support/qfrecordingalertpresenter.h"
 #include "qfkit/text/qfstyledtext.h"
 
+#include <limits>
 #include <QSignalSpy>
 #include <QUndoStack>
 #include <QtTest>
@@ -24,6 +26,7 @@ private slots:
     void init() { m_alerts.clear(); }
 
     void firstPostOfANewBlogHasIDZero();
+    void postIDsNeverWrapAround();
     void newPostsAreNeverHiddenByASearch_data();
     void newPostsAreNeverHiddenByASearch();
     void currentEntry_data();
@@ -82,6 +85,20 @@ void tst_QFBlogPluginEntries::firstPostOfANewBlogHasIDZero()
     QCOMPARE(entry->GUID().size(), 32);
     QCOMPARE(plugin.selectedEntries(), QList<QFBlogEntryPtr>{entry});
     QVERIFY(changed.count() > 0);
+}
+
+void tst_QFBlogPluginEntries::postIDsNeverWrapAround()
+{
+    QFBlogPlugin plugin;
+    plugin.setLastID(std::numeric_limits<int>::max() - 1);
+    QCOMPARE(plugin.addEntry()->ID(), std::numeric_limits<int>::max() - 1);
+    QVERIFY_THROWS_EXCEPTION(QFException, plugin.addEntry());
+    QFBlogPlugin other;
+    const QList<QFBlogEntryPtr> pasted{other.addEntry(), other.addEntry()};
+    plugin.setLastID(std::numeric_limits<int>::max() - 1);
+    QVERIFY_THROWS_EXCEPTION(QFException, plugin.addEntries(pasted));
+    QCOMPARE(plugin.posts().size(), 1);
+    QCOMPARE(plugin.lastID(), std::numeric_limits<int>::max() - 1);
 }
 
 void tst_QFBlogPluginEntries::newPostsAreNeverHiddenByASearch_data()
