@@ -9,7 +9,7 @@ packages=(
   qt6-base-dev qt6-base-dev-tools libqt6opengl6-dev libgl-dev
   qt6-httpserver-dev qt6-websockets-dev
   libplist-dev libsqlite3-dev libcurl4-openssl-dev libxml2-dev libzip-dev libcmark-dev libssl-dev
-  clang libclang-rt-14-dev
+  clang libclang-rt-14-dev llvm-14
   tzdata
 )
 
