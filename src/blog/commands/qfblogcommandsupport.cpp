@@ -176,10 +176,7 @@ QJsonObject categoryJson(const QFBlogCategory &category)
 QFBlogCategoryPtr categoryNamed(const QFBlogPlugin &blog, const QString &name)
 {
     for (const QFBlogCategoryPtr &category : blog.categories()) {
-        if (!category)
-            continue;
-        if (category->categoryName().compare(name, Qt::CaseInsensitive) == 0
-            || (category->isNone() && name.compare(QLatin1String("None"), Qt::CaseInsensitive) == 0))
+        if (category && category->isNamed(name))
             return category;
     }
     return nullptr;

@@ -252,7 +252,6 @@ QList<QFBlogEntryPtr> addPosts(QFBlogPlugin &blog, QList<Post> &posts)
             categoryIDs.insert(category->categoryName().toCaseFolded(), category->categoryID());
     }
     const QFBlogCategoryPtr none = blog.categories().value(0);
-    const QString noneKey = QStringLiteral("none");
     QHash<QString, QString> tagNames;
     for (const QVariant &tag : blog.knownTags().objects()) {
         const QString name = tag.value<QFBlogTag>().tagName();
@@ -272,10 +271,10 @@ QList<QFBlogEntryPtr> addPosts(QFBlogPlugin &blog, QList<Post> &posts)
         entry->setStatus(post.draft ? 0 : 1);
         QList<int> ids;
         for (const QString &name : std::as_const(post.categories)) {
-            const QString key = name.toCaseFolded();
             // "None" is the None category: no category of its own.
-            if (none && (key == noneKey || key == none->categoryName().toCaseFolded()))
+            if (none && none->isNamed(name))
                 continue;
+            const QString key = name.toCaseFolded();
             auto found = categoryIDs.constFind(key);
             if (found == categoryIDs.constEnd())
                 found = categoryIDs.insert(key, blog.addNewCategory(name)->categoryID());

@@ -84,6 +84,14 @@ public:
     int categoryID() const { return m_categoryID; }
     void setCategoryID(int categoryID) { m_categoryID = categoryID; }
     bool isNone() const { return m_isNone; }
+    // Whether text typed or read from a file names this category: its name
+    // ignoring case, and for the None category "None" too, whatever its
+    // stored (localised) name.
+    bool isNamed(const QString &name) const
+    {
+        return m_categoryName.compare(name, Qt::CaseInsensitive) == 0
+               || (m_isNone && name.compare(QLatin1String("None"), Qt::CaseInsensitive) == 0);
+    }
     void setIsNone(bool isNone) { m_isNone = isNone; }
     QFBlogPlugin *blogPlugin() const { return m_blogPlugin; }
     void setBlogPlugin(QFBlogPlugin *blogPlugin) { m_blogPlugin = blogPlugin; }
